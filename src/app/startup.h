@@ -1,0 +1,5 @@
+// Starting the program: with a QApplication already made, load and show the device console (reading the
+// process command line for the search's unattended download) and return without entering the event loop.
+#pragma once
+
+void StartProgram();

@@ -1,0 +1,25 @@
+// Waits as the program makes them: yielding to the window system, sleeping, or busy without yielding.
+#pragma once
+
+namespace vb {
+
+// Processes the pending window events once (timer ticks, receive notifications, clicks), then returns.
+// After the program has been ended from inside those events it unwinds the running handler (ProgramEnded).
+void DoEvents();
+
+// Sleeps the thread; no events are processed meanwhile.
+void Sleep(int milliseconds);
+
+// The download's idle delay: a busy wait that processes no events, proportional to `count`
+// (750000 counts = 150 ms, so the three communication rates keep their 3 : 1 : 6 ratio on every machine).
+// VELMORA_DELAY_SCALE (a factor, tests only) shortens it.
+void BusyDelay(double count);
+
+// A counted busy loop the optimiser cannot remove (the upload editor's per-character pause).
+void BusyCount(long count);
+
+// The interval of a window timer: `designMs`, or VELMORA_TICK_MS when that is set to a positive number
+// (tests use it so that a 500-tick time-out runs in well under a second).
+int TimerIntervalMs(int designMs);
+
+} // namespace vb

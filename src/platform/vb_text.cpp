@@ -1,0 +1,1 @@
+#include "platform/vb_text.h"

@@ -1,0 +1,98 @@
+#include "support/modal_answerer.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QTest>
+
+namespace testing_support {
+
+SeenBox Describe(QMessageBox* box) {
+    SeenBox seen;
+    seen.title = box->windowTitle();
+    seen.text = box->text();
+    seen.icon = box->icon();
+    seen.buttons = box->standardButtons();
+    seen.systemModal = box->property("systemModal").toBool();
+    return seen;
+}
+
+ModalAnswerer::ModalAnswerer() {
+    timer.setInterval(10);
+    connect(&timer, &QTimer::timeout, this, &ModalAnswerer::poll);
+    timer.start();
+}
+
+void ModalAnswerer::pressInBox(QMessageBox::StandardButton button) {
+    handle([this, button](QWidget* widget) {
+        auto* box = qobject_cast<QMessageBox*>(widget);
+        if (!box) {
+            unexpected << widget->windowTitle();
+            widget->close();
+            return;
+        }
+        boxes << Describe(box);
+        QAbstractButton* pressed = box->button(button);
+        if (pressed)
+            pressed->click();
+        else {
+            unexpected << box->windowTitle() + " (no such button)";
+            box->close();
+        }
+    });
+}
+
+void ModalAnswerer::chooseFile(const QString& path) {
+    handle([this, path](QWidget* widget) {
+        auto* dialog = qobject_cast<QFileDialog*>(widget);
+        if (!dialog) {
+            unexpected << widget->windowTitle();
+            widget->close();
+            return;
+        }
+        fileDialogs << dialog->windowTitle();
+        dialog->selectFile(path);
+        dialog->accept();
+    });
+}
+
+void ModalAnswerer::cancelFileDialog() {
+    handle([this](QWidget* widget) {
+        fileDialogs << widget->windowTitle();
+        if (auto* dialog = qobject_cast<QDialog*>(widget))
+            dialog->reject();
+        else
+            widget->close();
+    });
+}
+
+void ModalAnswerer::handle(std::function<void(QWidget*)> answer) { answers.push(std::move(answer)); }
+
+void ModalAnswerer::poll() {
+    QWidget* modal = QApplication::activeModalWidget();
+    if (!modal || modal == lastHandled || !modal->isVisible())
+        return;
+    lastHandled = modal;
+    if (answers.empty()) {
+        unexpected << modal->windowTitle();
+        if (auto* dialog = qobject_cast<QDialog*>(modal))
+            dialog->reject();
+        else
+            modal->close();
+        return;
+    }
+    auto answer = std::move(answers.front());
+    answers.pop();
+    answer(modal);
+}
+
+bool ModalAnswerer::waitUntilAnswered(int timeoutMs) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!answers.empty() && clock.elapsed() < timeoutMs)
+        QTest::qWait(10);
+    return answers.empty();
+}
+
+} // namespace testing_support
