@@ -45,6 +45,7 @@ void BusyCount(long count) {
     volatile long step = 0;
     for (long i = 1; i <= count; ++i)
         step = i;
+    (void)step;
 }
 
 int TimerIntervalMs(int designMs) {
