@@ -15,6 +15,7 @@ std::string DefaultDescription(std::int64_t number) {
     case errInvalidPropertyValue: return "Invalid property value";
     case errInvalidPortNumber: return "Invalid Port Number";
     case errPortAlreadyOpen: return "Port already open";
+    case errPortNotOpen: return "The device is not open";
     case errDialogCancelled: return "Cancel was selected.";
     case errObjectDisconnected: return "The object invoked has disconnected from its clients.";
     default: return "Application-defined or object-defined error";
