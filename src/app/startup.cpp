@@ -2,6 +2,7 @@
 
 #include "app/globals.h"
 #include "console/console_window.h"
+#include "platform/fonts.h"
 #include "platform/program_end.h"
 #include "platform/vb_text.h"
 
@@ -21,6 +22,7 @@ void StartProgram() {
     // A new run of the program: a console left by an earlier run (tests start several) goes first.
     delete console;
     vb::ResetEnded();
+    vb::InstallFontSubstitutes();
     QStringList arguments = QCoreApplication::arguments();
     if (!arguments.isEmpty())
         arguments.removeFirst();

@@ -94,7 +94,7 @@ void frmQuillmaxSerial::CreateControls() {
         label->setObjectName(spec.name);
         label->setGeometry(vb::TwipsRect(spec.left, spec.top, spec.width, spec.height));
         label->setVisible(spec.visible);
-        label->setWordWrap(true);
+        label->setWordWrap(spec.heading == Heading::CentredTwoLines || spec.height > 300);
         label->setAlignment(Qt::AlignTop | Qt::AlignLeft);
         if (spec.heading != Heading::None) {
             label->setFont(DesignFont(9.75, true));

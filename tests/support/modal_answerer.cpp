@@ -53,7 +53,7 @@ void ModalAnswerer::chooseFile(const QString& path) {
         }
         fileDialogs << dialog->windowTitle();
         dialog->selectFile(path);
-        dialog->accept();
+        static_cast<QDialog*>(dialog)->accept();
     });
 }
 
