@@ -11,8 +11,12 @@ namespace {
 std::string commandLine;
 }
 
-const std::string& ProgramCommandLine() { return commandLine; }
+const std::string& ProgramCommandLine() {
+    return commandLine;
+}
 
-void SetProgramCommandLine(const std::string& text) { commandLine = text; }
+void SetProgramCommandLine(const std::string& text) {
+    commandLine = text;
+}
 
 } // namespace app

@@ -15,7 +15,9 @@ QPointer<frmQuillmaxSerial> console;
 }
 
 namespace app {
-frmQuillmaxSerial* Console() { return console; }
+frmQuillmaxSerial* Console() {
+    return console;
+}
 } // namespace app
 
 void StartProgram() {
@@ -24,8 +26,7 @@ void StartProgram() {
     vb::ResetEnded();
     vb::InstallFontSubstitutes();
     QStringList arguments = QCoreApplication::arguments();
-    if (!arguments.isEmpty())
-        arguments.removeFirst();
+    if (!arguments.isEmpty()) arguments.removeFirst();
     app::SetProgramCommandLine(vb::FromQString(arguments.join(' ')));
     console = new frmQuillmaxSerial();
     console->show();

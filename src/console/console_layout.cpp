@@ -48,14 +48,16 @@ constexpr LabelSpec kLabels[] = {
 };
 
 constexpr ButtonSpec kButtons[] = {
-    {&frmQuillmaxSerial::cmdCustomerName, "cmdCustomerName", "Set &Company Name", 120, 720, 2295, 375, false, true},
+    {&frmQuillmaxSerial::cmdCustomerName, "cmdCustomerName", "Set &Company Name", 120, 720, 2295, 375, false,
+     true},
     {&frmQuillmaxSerial::cmdTitle, "cmdTitle", "Set &Menu Title", 120, 1200, 2295, 375, false, true},
     {&frmQuillmaxSerial::cmdDateTime, "cmdDateTime", "Set &Date/Time", 120, 1680, 2295, 375, false, true},
     {&frmQuillmaxSerial::cmdPassword, "cmdPassword", "Set &Password", 120, 2160, 2295, 375, false, true},
     {&frmQuillmaxSerial::cmdReset, "cmdReset", "&Reset Device", 120, 2640, 2295, 375, false, true},
     {&frmQuillmaxSerial::cmdUploadData, "cmdUploadData", "&Upload File", 3240, 720, 2295, 375, false, true},
     {&frmQuillmaxSerial::Command1, "Command1", "Create/&Edit File", 3240, 1200, 2295, 375, true, true},
-    {&frmQuillmaxSerial::cmdCancelUpload, "cmdCancelUpload", "Cance&l Upload", 3240, 1680, 2295, 375, false, false},
+    {&frmQuillmaxSerial::cmdCancelUpload, "cmdCancelUpload", "Cance&l Upload", 3240, 1680, 2295, 375, false,
+     false},
     {&frmQuillmaxSerial::cmdDownload, "cmdDownload", "Download &VLM File", 6480, 720, 2295, 375, false, true},
     {&frmQuillmaxSerial::cmdBrowse, "cmdBrowse", "&View VLM File", 6480, 1200, 2295, 375, true, true},
     {&frmQuillmaxSerial::Command3, "Command3", "Ca&ncel Download", 6480, 2040, 2295, 375, false, false},
@@ -134,8 +136,8 @@ void frmQuillmaxSerial::CreateControls() {
     txtHowMany->setGeometry(vb::TwipsRect(8040, 2640, 735, 285));
     txtHowMany->setVisible(false);
 
-    cboDownload = MakeList(this, "cboDownload", {"Normal Speed", "Maximum Speed", "Slow Speed!"}, "Normal Speed",
-                           vb::TwipsRect(360, 4680, 1815, 315));
+    cboDownload = MakeList(this, "cboDownload", {"Normal Speed", "Maximum Speed", "Slow Speed!"},
+                           "Normal Speed", vb::TwipsRect(360, 4680, 1815, 315));
     cboBaud = MakeList(this, "cboBaud", {"19200", "38400", "57600", "115200"}, "115200",
                        vb::TwipsRect(2520, 4680, 975, 315));
 
@@ -143,10 +145,10 @@ void frmQuillmaxSerial::CreateControls() {
     Timer1->setObjectName("Timer1");
     MSComm1.setObjectName("MSComm1");
 
-    const QList<QWidget*> tabOrder = {cmdSearch,   cmdCustomerName, cmdTitle,        cmdDateTime, cmdPassword,
-                                      cmdReset,    cmdUploadData,   cmdCancelUpload, Command1,    cmdDownload,
-                                      Command3,    ProgressBar1,    cmdBrowse,       cboDownload, cmdCancel,
-                                      cboBaud,     txtHowMany};
+    const QList<QWidget*> tabOrder = {cmdSearch, cmdCustomerName, cmdTitle,        cmdDateTime, cmdPassword,
+                                      cmdReset,  cmdUploadData,   cmdCancelUpload, Command1,    cmdDownload,
+                                      Command3,  ProgressBar1,    cmdBrowse,       cboDownload, cmdCancel,
+                                      cboBaud,   txtHowMany};
     for (qsizetype i = 0; i + 1 < tabOrder.size(); ++i)
         QWidget::setTabOrder(tabOrder[i], tabOrder[i + 1]);
     cmdSearch->setFocus();

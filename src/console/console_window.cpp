@@ -48,7 +48,8 @@ void frmQuillmaxSerial::WireHandlers() {
                 [this, handler = wiring.handler] { vb::RunHandler([&] { (this->*handler)(); }); });
     // A list's Click comes from the mouse and from the arrow keys alike.
     connect(cboBaud, &QComboBox::activated, this, [this] { vb::RunHandler([&] { cboBaud_Click(); }); });
-    connect(cboDownload, &QComboBox::activated, this, [this] { vb::RunHandler([&] { cboDownload_Click(); }); });
+    connect(cboDownload, &QComboBox::activated, this,
+            [this] { vb::RunHandler([&] { cboDownload_Click(); }); });
     connect(&MSComm1, &vb::MSComm::OnComm, this, [this] { vb::RunHandler([&] { MSComm1_OnComm(); }); });
     connect(Timer1, &vb::Timer::Tick, this, [this] { vb::RunHandler([&] { Timer1_Timer(); }); });
 }
@@ -69,8 +70,7 @@ QList<QPushButton*> frmQuillmaxSerial::DeviceButtons() const {
 }
 
 void frmQuillmaxSerial::ClosePortIfOpen() {
-    if (MSComm1.PortOpen())
-        MSComm1.setPortOpen(false);
+    if (MSComm1.PortOpen()) MSComm1.setPortOpen(false);
 }
 
 void frmQuillmaxSerial::cmdCancel_Click() {
@@ -81,12 +81,13 @@ void frmQuillmaxSerial::cmdCancel_Click() {
 // "Ca&ncel Download": its click has no effect, so a download cannot be cancelled.
 void frmQuillmaxSerial::Command3_Click() {}
 
-void frmQuillmaxSerial::cmdCancelUpload_Click() { blnCancelUpload = true; }
+void frmQuillmaxSerial::cmdCancelUpload_Click() {
+    blnCancelUpload = true;
+}
 
 void frmQuillmaxSerial::closeEvent(QCloseEvent* event) {
     event->accept();
-    if (vb::HasEnded())
-        return;
+    if (vb::HasEnded()) return;
     vb::RunHandler([&] {
         Form_QueryUnload();
         Form_Unload();
@@ -94,7 +95,9 @@ void frmQuillmaxSerial::closeEvent(QCloseEvent* event) {
 }
 
 // The close request closes the port and is never refused.
-void frmQuillmaxSerial::Form_QueryUnload() { ClosePortIfOpen(); }
+void frmQuillmaxSerial::Form_QueryUnload() {
+    ClosePortIfOpen();
+}
 
 // Unloading the console ends the whole program, every other window with it.
 void frmQuillmaxSerial::Form_Unload() {

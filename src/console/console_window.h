@@ -69,7 +69,7 @@ public:
     bool blnCmdLine = false;
     bool blnCancelDownload = false; // set false at start, read by nothing
     bool blnCancelUpload = false;
-    short intDownloadMarker = 0;    // set by the receive notification and the download, read by nothing
+    short intDownloadMarker = 0; // set by the receive notification and the download, read by nothing
 
     // The button Esc presses; none until a device search has made "E&xit" the cancel button.
     QPushButton* CancelButton() const { return cancelButton; }

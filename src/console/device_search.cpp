@@ -59,8 +59,7 @@ void frmQuillmaxSerial::DeviceSearch() {
             const bool resetAfterwards = vb::Left(strCmdLine, 2) == "0,";
             strCmdFile = vb::Trim(vb::Right(strCmdLine, vb::Len(strCmdLine) - 2));
             cmdDownload_Click();
-            if (resetAfterwards)
-                cmdReset_Click();
+            if (resetAfterwards) cmdReset_Click();
             cmdCancel_Click();
             return;
         }
@@ -70,18 +69,15 @@ void frmQuillmaxSerial::DeviceSearch() {
 
         for (i = 1; i <= vb::kHighestPort; ++i) {
             ShowPortInLight(i);
-            if (MSComm1.PortOpen())
-                MSComm1.setPortOpen(false);
+            if (MSComm1.PortOpen()) MSComm1.setPortOpen(false);
             MSComm1.setCommPort(i);
             // Opening, with the trap's rule for ports that do not exist.
             for (;;) {
                 try {
-                    if (!MSComm1.PortOpen())
-                        MSComm1.setPortOpen(true);
+                    if (!MSComm1.PortOpen()) MSComm1.setPortOpen(true);
                     break;
                 } catch (const vb::Error& error) {
-                    if (error.number != vb::errInvalidPortNumber)
-                        throw;
+                    if (error.number != vb::errInvalidPortNumber) throw;
                     if (i > kLastSkippedPort) {
                         lblConnected->setText(QString());
                         lblConnected->repaint();
@@ -100,8 +96,7 @@ void frmQuillmaxSerial::DeviceSearch() {
             for (int poll = 1; poll <= kSearchPolls; ++poll) {
                 reply += MSComm1.Input();
                 vb::Sleep(1);
-                if (!reply.empty())
-                    break;
+                if (!reply.empty()) break;
             }
             if (!reply.empty()) {
                 // The reply is not read again here: an answer without ENQ can only run out the ticks.
@@ -123,8 +118,7 @@ void frmQuillmaxSerial::DeviceSearch() {
                     unsetCursor();
                     return;
                 }
-                if (MSComm1.PortOpen())
-                    MSComm1.setPortOpen(false);
+                if (MSComm1.PortOpen()) MSComm1.setPortOpen(false);
             }
             // Not found here. A port that answered nothing stays open; the next pass closes it.
             Timer1->setEnabled(false);
@@ -139,19 +133,23 @@ void frmQuillmaxSerial::DeviceSearch() {
 
 void frmQuillmaxSerial::cboBaud_Click() {
     const bool reopen = MSComm1.PortOpen();
-    if (reopen)
-        MSComm1.setPortOpen(false);
+    if (reopen) MSComm1.setPortOpen(false);
     strBaud = vb::FromQString(cboBaud->currentText());
     MSComm1.setSettings(strBaud + kLineFormat);
-    if (reopen)
-        MSComm1.setPortOpen(true);
+    if (reopen) MSComm1.setPortOpen(true);
 }
 
 void frmQuillmaxSerial::cboDownload_Click() {
     switch (cboDownload->currentIndex()) {
-    case 0: dblDelay = 750000; break;
-    case 1: dblDelay = 250000; break;
-    default: dblDelay = 1500000; break;
+    case 0:
+        dblDelay = 750000;
+        break;
+    case 1:
+        dblDelay = 250000;
+        break;
+    default:
+        dblDelay = 1500000;
+        break;
     }
 }
 
@@ -160,8 +158,7 @@ void frmQuillmaxSerial::MSComm1_OnComm() {
     try {
         vntInBuffer += MSComm1.Input();
         if (blnDownloading) {
-            if (intDownloadMarker == 0)
-                intDownloadMarker = 1;
+            if (intDownloadMarker == 0) intDownloadMarker = 1;
             // A value beyond the bar's maximum is refused by the bar and ignored here.
             if (ProgressBar1->value() < ProgressBar1->maximum())
                 ProgressBar1->setValue(ProgressBar1->value() + 1);
@@ -172,6 +169,5 @@ void frmQuillmaxSerial::MSComm1_OnComm() {
 
 void frmQuillmaxSerial::Timer1_Timer() {
     lngTicks += 1;
-    if (lngTicks > 32500)
-        lngTicks = 0;
+    if (lngTicks > 32500) lngTicks = 0;
 }

@@ -13,8 +13,7 @@ namespace vb {
 void ReportUntrappedError(const Error& error);
 
 template <typename F> void RunHandler(F&& body) {
-    if (HasEnded())
-        return;
+    if (HasEnded()) return;
     try {
         body();
     } catch (const ProgramEnded&) {

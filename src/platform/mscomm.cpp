@@ -23,19 +23,32 @@ namespace {
 
 speed_t SpeedOf(int baud) {
     switch (baud) {
-    case 110: return B110;
-    case 300: return B300;
-    case 600: return B600;
-    case 1200: return B1200;
-    case 2400: return B2400;
-    case 4800: return B4800;
-    case 9600: return B9600;
-    case 19200: return B19200;
-    case 38400: return B38400;
-    case 57600: return B57600;
-    case 115200: return B115200;
-    case 230400: return B230400;
-    default: return 0;
+    case 110:
+        return B110;
+    case 300:
+        return B300;
+    case 600:
+        return B600;
+    case 1200:
+        return B1200;
+    case 2400:
+        return B2400;
+    case 4800:
+        return B4800;
+    case 9600:
+        return B9600;
+    case 19200:
+        return B19200;
+    case 38400:
+        return B38400;
+    case 57600:
+        return B57600;
+    case 115200:
+        return B115200;
+    case 230400:
+        return B230400;
+    default:
+        return 0;
     }
 }
 
@@ -45,8 +58,7 @@ std::vector<std::string> SplitCommas(const std::string& text) {
     std::string part;
     while (std::getline(stream, part, ','))
         parts.push_back(part);
-    if (!text.empty() && text.back() == ',')
-        parts.emplace_back();
+    if (!text.empty() && text.back() == ',') parts.emplace_back();
     return parts;
 }
 
@@ -57,8 +69,7 @@ bool AllDigits(const std::string& text) {
 // Pseudo-terminal slaves (majors 136-143) force 8 data bits and no parity.
 bool IsPseudoTerminal(int fd) {
     struct stat info {};
-    if (fstat(fd, &info) != 0)
-        return false;
+    if (fstat(fd, &info) != 0) return false;
     const unsigned kind = major(info.st_rdev);
     return S_ISCHR(info.st_mode) && kind >= 136 && kind <= 143;
 }
@@ -70,14 +81,22 @@ termios RawTermios(const termios& found, const LineSettings& line) {
     next.c_cflag &= ~(CSIZE | PARENB | PARODD | CMSPAR | CSTOPB | CRTSCTS);
     next.c_cflag |= line.dataBits == 5 ? CS5 : line.dataBits == 6 ? CS6 : line.dataBits == 7 ? CS7 : CS8;
     switch (line.parity) {
-    case 'O': next.c_cflag |= PARENB | PARODD; break;
-    case 'E': next.c_cflag |= PARENB; break;
-    case 'M': next.c_cflag |= PARENB | PARODD | CMSPAR; break;
-    case 'S': next.c_cflag |= PARENB | CMSPAR; break;
-    default: break;
+    case 'O':
+        next.c_cflag |= PARENB | PARODD;
+        break;
+    case 'E':
+        next.c_cflag |= PARENB;
+        break;
+    case 'M':
+        next.c_cflag |= PARENB | PARODD | CMSPAR;
+        break;
+    case 'S':
+        next.c_cflag |= PARENB | CMSPAR;
+        break;
+    default:
+        break;
     }
-    if (line.stopBits > 1)
-        next.c_cflag |= CSTOPB;
+    if (line.stopBits > 1) next.c_cflag |= CSTOPB;
     next.c_cc[VMIN] = 0;
     next.c_cc[VTIME] = 0;
     cfsetispeed(&next, SpeedOf(line.baud));
@@ -98,11 +117,9 @@ LineSettings ParseSettings(const std::string& text) {
         line.dataBits = std::stoi(parts[2]);
         valid = SpeedOf(line.baud) != 0 && std::strchr("NOEMS", line.parity) && line.dataBits >= 5 &&
                 line.dataBits <= 8 && (parts[3] == "1" || parts[3] == "1.5" || parts[3] == "2");
-        if (valid)
-            line.stopBits = std::stod(parts[3]);
+        if (valid) line.stopBits = std::stod(parts[3]);
     }
-    if (!valid)
-        Raise(errInvalidPropertyValue);
+    if (!valid) Raise(errInvalidPropertyValue);
     return line;
 }
 
@@ -117,13 +134,11 @@ struct MSComm::Port {
 MSComm::MSComm(QObject* parent) : QObject(parent) {}
 
 MSComm::~MSComm() {
-    if (port)
-        close();
+    if (port) close();
 }
 
 void MSComm::setCommPort(short number) {
-    if (port)
-        Raise(errPortAlreadyOpen);
+    if (port) Raise(errPortAlreadyOpen);
     commPort = number;
 }
 
@@ -132,12 +147,13 @@ void MSComm::setSettings(const std::string& text) {
     settings = text;
     if (port) {
         const termios next = RawTermios(port->found, line);
-        if (tcsetattr(port->fd, TCSANOW, &next) != 0 && !port->pseudoTerminal)
-            Raise(errInvalidPropertyValue);
+        if (tcsetattr(port->fd, TCSANOW, &next) != 0 && !port->pseudoTerminal) Raise(errInvalidPropertyValue);
     }
 }
 
-bool MSComm::PortOpen() const { return port != nullptr; }
+bool MSComm::PortOpen() const {
+    return port != nullptr;
+}
 
 void MSComm::setPortOpen(bool open_) {
     if (open_ && !port)
@@ -149,8 +165,7 @@ void MSComm::setPortOpen(bool open_) {
 void MSComm::open() {
     const LineSettings line = ParseSettings(settings);
     const std::string path = DeviceForPort(commPort);
-    if (path.empty())
-        Raise(errInvalidPortNumber);
+    if (path.empty()) Raise(errInvalidPortNumber);
 
     const int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
@@ -167,8 +182,7 @@ void MSComm::open() {
         ::close(fd);
         Raise(number, description);
     };
-    if (!isatty(fd))
-        fail(errInvalidPortNumber, "Invalid Port Number: " + path + " is not a serial port");
+    if (!isatty(fd)) fail(errInvalidPortNumber, "Invalid Port Number: " + path + " is not a serial port");
     if (flock(fd, LOCK_EX | LOCK_NB) != 0)
         fail(errPortAlreadyOpen, "Port already open: " + path + " is in use by another program");
 
@@ -214,8 +228,7 @@ void MSComm::close() {
 }
 
 void MSComm::Output(const std::string& bytes) {
-    if (!port)
-        Raise(errPortNotOpen);
+    if (!port) Raise(errPortNotOpen);
     std::size_t sent = 0;
     while (sent < bytes.size()) {
         const ssize_t written = ::write(port->fd, bytes.data() + sent, bytes.size() - sent);
@@ -232,8 +245,7 @@ void MSComm::Output(const std::string& bytes) {
 }
 
 std::string MSComm::Input() {
-    if (!port)
-        Raise(errPortNotOpen);
+    if (!port) Raise(errPortNotOpen);
     std::string received;
     char chunk[4096];
     for (;;) {
@@ -249,22 +261,20 @@ std::string MSComm::Input() {
 }
 
 long MSComm::InBufferCount() const {
-    if (!port)
-        Raise(errPortNotOpen);
+    if (!port) Raise(errPortNotOpen);
     int waiting = 0;
-    if (ioctl(port->fd, FIONREAD, &waiting) != 0)
-        return 0;
+    if (ioctl(port->fd, FIONREAD, &waiting) != 0) return 0;
     return waiting;
 }
 
 void MSComm::setInBufferCount(long count) {
-    if (!port)
-        Raise(errPortNotOpen);
-    if (count != 0)
-        Raise(errInvalidPropertyValue);
+    if (!port) Raise(errPortNotOpen);
+    if (count != 0) Raise(errInvalidPropertyValue);
     tcflush(port->fd, TCIFLUSH);
 }
 
-std::string MSComm::DevicePath() const { return port ? port->path : std::string(); }
+std::string MSComm::DevicePath() const {
+    return port ? port->path : std::string();
+}
 
 } // namespace vb

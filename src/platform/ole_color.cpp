@@ -4,7 +4,9 @@
 
 namespace vb {
 
-QColor FromOleColor(std::uint32_t bgr) { return QColor(int(bgr & 0xFF), int((bgr >> 8) & 0xFF), int((bgr >> 16) & 0xFF)); }
+QColor FromOleColor(std::uint32_t bgr) {
+    return QColor(int(bgr & 0xFF), int((bgr >> 8) & 0xFF), int((bgr >> 16) & 0xFF));
+}
 
 void SetBackColor(QWidget* widget, std::uint32_t bgr) {
     QPalette palette = widget->palette();

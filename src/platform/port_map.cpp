@@ -30,8 +30,7 @@ std::vector<std::string> Matching(const std::string& folder, const std::string& 
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(folder, error)) {
         const std::string name = entry.path().filename().string();
-        if (name.rfind(prefix, 0) == 0 && name.size() > prefix.size())
-            found.push_back(entry.path().string());
+        if (name.rfind(prefix, 0) == 0 && name.size() > prefix.size()) found.push_back(entry.path().string());
     }
     return found;
 }
@@ -56,8 +55,7 @@ std::vector<std::string> MachineSerialDevices() {
     for (const auto& entry : fs::directory_iterator("/dev/serial/by-id", error)) {
         std::error_code resolveError;
         const fs::path target = fs::canonical(entry.path(), resolveError);
-        if (!resolveError)
-            usb.insert(target.string());
+        if (!resolveError) usb.insert(target.string());
     }
     std::vector<std::string> devices(usb.begin(), usb.end());
     std::sort(devices.begin(), devices.end(), NumericOrder);
@@ -72,11 +70,9 @@ std::vector<std::string> MachineSerialDevices() {
 }
 
 std::string DeviceForPort(int port) {
-    if (port < 1 || port > kHighestPort)
-        return {};
+    if (port < 1 || port > kHighestPort) return {};
     const char* folder = std::getenv("VELMORA_PORTS");
-    if (folder && *folder)
-        return (fs::path(folder) / ("COM" + std::to_string(port))).string();
+    if (folder && *folder) return (fs::path(folder) / ("COM" + std::to_string(port))).string();
     const std::vector<std::string> devices = MachineSerialDevices();
     return port <= int(devices.size()) ? devices[port - 1] : std::string();
 }

@@ -18,8 +18,12 @@ void End() {
     throw ProgramEnded();
 }
 
-bool HasEnded() { return ended; }
+bool HasEnded() {
+    return ended;
+}
 
-void ResetEnded() { ended = false; }
+void ResetEnded() {
+    ended = false;
+}
 
 } // namespace vb

@@ -67,12 +67,13 @@ void ModalAnswerer::cancelFileDialog() {
     });
 }
 
-void ModalAnswerer::handle(std::function<void(QWidget*)> answer) { answers.push(std::move(answer)); }
+void ModalAnswerer::handle(std::function<void(QWidget*)> answer) {
+    answers.push(std::move(answer));
+}
 
 void ModalAnswerer::poll() {
     QWidget* modal = QApplication::activeModalWidget();
-    if (!modal || modal == lastHandled || !modal->isVisible())
-        return;
+    if (!modal || modal == lastHandled || !modal->isVisible()) return;
     lastHandled = modal;
     if (answers.empty()) {
         unexpected << modal->windowTitle();
