@@ -1,3 +1,33 @@
 #include "app/startup.h"
 
-void StartProgram() {}
+#include "app/globals.h"
+#include "console/console_window.h"
+#include "platform/fonts.h"
+#include "platform/program_end.h"
+#include "platform/vb_text.h"
+
+#include <QCoreApplication>
+#include <QPointer>
+#include <QStringList>
+
+namespace {
+QPointer<frmQuillmaxSerial> console;
+}
+
+namespace app {
+frmQuillmaxSerial* Console() {
+    return console;
+}
+} // namespace app
+
+void StartProgram() {
+    // A new run of the program: a console left by an earlier run (tests start several) goes first.
+    delete console;
+    vb::ResetEnded();
+    vb::InstallFontSubstitutes();
+    QStringList arguments = QCoreApplication::arguments();
+    if (!arguments.isEmpty()) arguments.removeFirst();
+    app::SetProgramCommandLine(vb::FromQString(arguments.join(' ')));
+    console = new frmQuillmaxSerial();
+    console->show();
+}

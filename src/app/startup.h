@@ -2,4 +2,11 @@
 // process command line for the search's unattended download) and return without entering the event loop.
 #pragma once
 
+class frmQuillmaxSerial;
+
 void StartProgram();
+
+namespace app {
+// The console of the running program (null before StartProgram).
+frmQuillmaxSerial* Console();
+} // namespace app

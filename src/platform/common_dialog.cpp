@@ -17,16 +17,19 @@ QStringList CommonDialog::NameFilters(const std::string& filter) {
         const QString description = parts[i];
         QString patterns = parts[i + 1];
         patterns.replace(';', ' ');
-        if (description.isEmpty() && patterns.isEmpty())
-            continue;
+        if (description.isEmpty() && patterns.isEmpty()) continue;
         filters << (description.contains('(') ? description : description + " (" + patterns + ")");
     }
     return filters;
 }
 
-void CommonDialog::ShowOpen() { Show(false); }
+void CommonDialog::ShowOpen() {
+    Show(false);
+}
 
-void CommonDialog::ShowSave() { Show(true); }
+void CommonDialog::ShowSave() {
+    Show(true);
+}
 
 void CommonDialog::Show(bool save) {
     QFileDialog dialog(QApplication::activeWindow());
@@ -42,23 +45,19 @@ void CommonDialog::Show(bool save) {
         if (FilterIndex >= 1 && FilterIndex <= filters.size())
             dialog.selectNameFilter(filters[FilterIndex - 1]);
     }
-    if (!InitDir.empty())
-        dialog.setDirectory(ToQString(InitDir));
-    if (!FileName.empty())
-        dialog.selectFile(ToQString(FileName));
+    if (!InitDir.empty()) dialog.setDirectory(ToQString(InitDir));
+    if (!FileName.empty()) dialog.selectFile(ToQString(FileName));
     dialog.setWindowModality(Qt::ApplicationModal);
 
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {
-        if (CancelError)
-            Raise(errDialogCancelled);
+        if (CancelError) Raise(errDialogCancelled);
         return;
     }
     const QString chosen = dialog.selectedFiles().constFirst();
     FileName = FromQString(chosen);
     FileTitle = FromQString(QFileInfo(chosen).fileName());
     const int index = int(filters.indexOf(dialog.selectedNameFilter()));
-    if (index >= 0)
-        FilterIndex = index + 1;
+    if (index >= 0) FilterIndex = index + 1;
 }
 
 } // namespace vb

@@ -25,6 +25,7 @@ enum ErrorNumber : std::int64_t {
     errInvalidPropertyValue = 380,
     errInvalidPortNumber = 8002,
     errPortAlreadyOpen = 8005,
+    errPortNotOpen = 8012,
     errDialogCancelled = 32755,
     errObjectDisconnected = 0x80010108,
 };

@@ -27,7 +27,15 @@ enum MsgBoxStyle : int {
     vbSystemModal = 4096,
 };
 
-enum MsgBoxResult : int { vbOK = 1, vbCancel = 2, vbAbort = 3, vbRetry = 4, vbIgnore = 5, vbYes = 6, vbNo = 7 };
+enum MsgBoxResult : int {
+    vbOK = 1,
+    vbCancel = 2,
+    vbAbort = 3,
+    vbRetry = 4,
+    vbIgnore = 5,
+    vbYes = 6,
+    vbNo = 7
+};
 
 // The program's title, used for boxes that are given none.
 inline constexpr const char* kApplicationTitle = "Velmora LT Uploader/Downloader Tool";

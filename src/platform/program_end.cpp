@@ -11,14 +11,19 @@ bool ended = false;
 
 void End() {
     ended = true;
-    // Windows are hidden without their close handlers: ending does not ask to save anything.
+    // Windows are hidden without their close handlers: ending asks nothing and saves nothing.
     for (QWidget* window : QApplication::topLevelWidgets())
         window->hide();
     QCoreApplication::exit(0);
+    throw ProgramEnded();
 }
 
-bool HasEnded() { return ended; }
+bool HasEnded() {
+    return ended;
+}
 
-void ResetEnded() { ended = false; }
+void ResetEnded() {
+    ended = false;
+}
 
 } // namespace vb

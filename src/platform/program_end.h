@@ -6,24 +6,17 @@
 
 namespace vb {
 
-// Thrown out of DoEvents() into a handler that was running when the program was ended from inside the
-// events it processed; the handler wrappers (RunHandler) catch it, so it never reaches Qt.
+// Unwinds the handler that ended the program, or that was running (inside DoEvents) when another handler
+// ended it. The handler wrapper (RunHandler, handler.h) catches it, so it never reaches Qt.
 struct ProgramEnded : std::exception {
     const char* what() const noexcept override { return "program ended"; }
 };
 
-void End();
+// Hides every window without running its close handlers, makes the event loop return 0 and throws
+// ProgramEnded so that nothing after the call runs.
+[[noreturn]] void End();
 bool HasEnded();
 // A new run of the program starts (StartProgram): the ended state is cleared.
 void ResetEnded();
-
-// Runs an event handler body; a ProgramEnded raised inside it stops the handler quietly.
-template <typename F> void RunHandler(F&& body) {
-    if (HasEnded()) return;
-    try {
-        body();
-    } catch (const ProgramEnded&) {
-    }
-}
 
 } // namespace vb

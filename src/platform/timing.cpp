@@ -13,8 +13,7 @@ namespace {
 
 double EnvNumber(const char* name, double fallback) {
     const char* text = std::getenv(name);
-    if (!text || !*text)
-        return fallback;
+    if (!text || !*text) return fallback;
     char* end = nullptr;
     const double value = std::strtod(text, &end);
     return (end && *end == '\0' && value > 0) ? value : fallback;
@@ -27,11 +26,12 @@ constexpr double kCountsPerSecond = 5'000'000.0;
 
 void DoEvents() {
     QCoreApplication::processEvents(QEventLoop::AllEvents);
-    if (HasEnded())
-        throw ProgramEnded();
+    if (HasEnded()) throw ProgramEnded();
 }
 
-void Sleep(int milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
+void Sleep(int milliseconds) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
 
 void BusyDelay(double count) {
     const double seconds = count / kCountsPerSecond * EnvNumber("VELMORA_DELAY_SCALE", 1.0);

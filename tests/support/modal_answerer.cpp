@@ -53,7 +53,7 @@ void ModalAnswerer::chooseFile(const QString& path) {
         }
         fileDialogs << dialog->windowTitle();
         dialog->selectFile(path);
-        dialog->accept();
+        static_cast<QDialog*>(dialog)->accept();
     });
 }
 
@@ -67,12 +67,13 @@ void ModalAnswerer::cancelFileDialog() {
     });
 }
 
-void ModalAnswerer::handle(std::function<void(QWidget*)> answer) { answers.push(std::move(answer)); }
+void ModalAnswerer::handle(std::function<void(QWidget*)> answer) {
+    answers.push(std::move(answer));
+}
 
 void ModalAnswerer::poll() {
     QWidget* modal = QApplication::activeModalWidget();
-    if (!modal || modal == lastHandled || !modal->isVisible())
-        return;
+    if (!modal || modal == lastHandled || !modal->isVisible()) return;
     lastHandled = modal;
     if (answers.empty()) {
         unexpected << modal->windowTitle();

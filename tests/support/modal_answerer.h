@@ -38,9 +38,9 @@ public:
     // The next modal window of any kind is handed to `answer`.
     void handle(std::function<void(QWidget*)> answer);
 
-    QList<SeenBox> boxes;          // every message box answered, in order
-    QStringList fileDialogs;       // window titles of the file dialogs answered
-    QStringList unexpected;        // titles of modal windows that had no answer queued
+    QList<SeenBox> boxes;    // every message box answered, in order
+    QStringList fileDialogs; // window titles of the file dialogs answered
+    QStringList unexpected;  // titles of modal windows that had no answer queued
     int pending() const { return int(answers.size()); }
 
     // Processes events until every queued answer is used or `timeoutMs` passes; true when all were used.
