@@ -1,12 +1,13 @@
 #include "editor/editor_layout.h"
 
+#include "platform/twips.h"
+
 #include <QVariant>
 #include <QWidget>
-#include <cmath>
 
 namespace editor {
 
-int TwipsToPixels(int twips) { return int(std::lround(double(twips) / kTwipsPerPixel)); }
+int TwipsToPixels(int twips) { return vb::Twips(twips); }
 
 void Place(QWidget* widget, int left, int top, int width, int height) {
     widget->setProperty("Left", left);

@@ -2,7 +2,7 @@
 //
 // Each placed control keeps its position in twips in the dynamic properties "Left", "Top", "Width" and
 // "Height", so arithmetic on positions (the load-time layout of the fixed fields) is done in twips and
-// only the result is rounded to pixels.
+// only the result is converted to pixels.
 #pragma once
 
 class QWidget;

@@ -4,6 +4,7 @@
 #include "editor/editor_layout.h"
 #include "editor/tab_strip.h"
 #include "platform/errors.h"
+#include "platform/handler.h"
 #include "platform/program_end.h"
 
 #include <QAbstractButton>
@@ -47,14 +48,9 @@ frmKorvaniUploadUtility::frmKorvaniUploadUtility() : QWidget(nullptr) {
 frmKorvaniUploadUtility::~frmKorvaniUploadUtility() = default;
 
 void frmKorvaniUploadUtility::Handle(const std::function<void()>& body) {
-    vb::RunHandler([&] {
-        try {
-            body();
-        } catch (const vb::Error&) {
-            // An error that no routine of the handler traps ends the handler where it happened; what it
-            // changed before stays changed.
-        }
-    });
+    // An error that no routine of the handler traps ends the handler where it happened and is reported;
+    // what it changed before stays changed.
+    vb::RunHandler(body);
 }
 
 void frmKorvaniUploadUtility::OnClick(QAbstractButton* button, void (frmKorvaniUploadUtility::*handler)()) {

@@ -1,0 +1,474 @@
+// The editor's file actions through the real window: New, Open, the file name dialog, Commit, Close,
+// Back to Main Menu, with every question they ask answered as a user would and the files checked byte
+// for byte.
+#include "tst_editor_support.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+using namespace editor_tests;
+
+class EditorFileActionsTest : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir dir;
+    frmKorvaniUploadUtility* editor = nullptr;
+
+    QString PathOf(const QString& name) const { return dir.filePath(name); }
+
+    void OpenWithDialog(ModalAnswerer& answerer, const QString& path) {
+        answerer.chooseFile(path);
+        Click(editor, "cmdOpen");
+    }
+
+    // New, the required fields typed, and Commit with a chosen file name.
+    void CreateOneRecordFile(ModalAnswerer& answerer, const QString& path, const QString& name) {
+        Click(editor, "cmdNew");
+        Type(editor, 0, name);
+        Type(editor, 8, "Info");
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.chooseFile(path);
+        Click(editor, "cmdCommitRecord");
+    }
+
+private slots:
+    void initTestCase() {
+        QVERIFY(dir.isValid());
+        qputenv("HOME", dir.path().toLocal8Bit());
+    }
+    void init() {
+        editor = OpenFreshEditor();
+        QVERIFY(editor);
+    }
+    void cleanupTestCase() { UnloadEditor(); }
+
+    void newFileStartsWithOneBlankRecord() {
+        ModalAnswerer answerer;
+        Click(editor, "cmdNew");
+        QCOMPARE(editor->table.RecordCount, short(1));
+        QCOMPARE(editor->table.CurrentRecord, short(1));
+        QCOMPARE(LabelText(editor, "lblRecNum2"), QString("1"));
+        QVERIFY(editor->table.RecordsChanged);
+        QVERIFY(editor->table.FileChangedReserved);
+        QVERIFY(!editor->table.FileLoaded);
+        QVERIFY(Enabled(editor, "cmdUpdaterecord"));
+        QVERIFY(Enabled(editor, "cmdCommitRecord"));
+        for (int field = 0; field < 111; ++field) {
+            QVERIFY(Box(editor, field)->isEnabled());
+            QCOMPARE(BoxText(editor, field), QString());
+        }
+        QVERIFY(editor->table.FilePathName.empty()); // no name asked for yet
+        QVERIFY(answerer.boxes.isEmpty());
+        QVERIFY(answerer.fileDialogs.isEmpty());
+    }
+
+    void newThenCommitAsksForANameAndWritesOneBlankRecord() {
+        ModalAnswerer answerer;
+        Click(editor, "cmdNew");
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.chooseFile(PathOf("blank"));
+        Click(editor, "cmdCommitRecord");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kPathNeededTitle, kPathNeeded, QMessageBox::NoIcon, kYesNo));
+        QCOMPARE(answerer.fileDialogs.size(), 1);
+        const QString written = PathOf("blank.txt");
+        QCOMPARE(ReadBytes(written), QByteArray("\r\n").repeated(112));
+        QCOMPARE(QString::fromStdString(editor->table.FilePathName), written);
+        QCOMPARE(Control<QLineEdit>(editor, "txtSavePath")->text(), written);
+        // The written blank Note and Info 4 are kept as single spaces in the table.
+        QCOMPARE(editor->table.records[6][0], std::string(" "));
+        QCOMPARE(editor->table.records[11][0], std::string(" "));
+        QVERIFY(!editor->table.RecordsChanged);
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void answeringNoToTheNameQuestionWritesNothing() {
+        ModalAnswerer answerer;
+        Click(editor, "cmdNew");
+        const QStringList before = QDir(dir.path()).entryList(QDir::Files);
+        answerer.pressInBox(QMessageBox::No);
+        Click(editor, "cmdCommitRecord");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(answerer.fileDialogs.isEmpty());
+        QVERIFY(editor->table.FilePathName.empty());
+        QVERIFY(editor->table.RecordsChanged);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), before);
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void cancellingTheSaveDialogWritesNothing() {
+        ModalAnswerer answerer;
+        Click(editor, "cmdNew");
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.cancelFileDialog();
+        const QStringList before = QDir(dir.path()).entryList(QDir::Files);
+        Click(editor, "cmdCommitRecord");
+        QVERIFY(answerer.waitUntilAnswered());
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files), before);
+        QVERIFY(editor->table.DialogCancelled);
+        QVERIFY(editor->table.FilePathName.empty());
+        QVERIFY(Enabled(editor, "cmdWriteTextToFile")); // the failed commit's handler enables Add
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void typedNameWithoutExtensionGetsTxt() {
+        ModalAnswerer answerer;
+        CreateOneRecordFile(answerer, PathOf("clients"), "Cy");
+        QVERIFY(QFileInfo::exists(PathOf("clients.txt")));
+        QVERIFY(!QFileInfo::exists(PathOf("clients")));
+        QCOMPARE(QString::fromStdString(editor->table.FilePathName), PathOf("clients.txt"));
+        QCOMPARE(ReadBytes(PathOf("clients.txt")), FileBytes({MakeRecord("Cy", "Info")}));
+    }
+
+    void nameEndingInTxtInAnyCaseIsKeptAsTyped_data() {
+        QTest::addColumn<QString>("typed");
+        QTest::newRow("upper extension") << "upper.TXT";
+        QTest::newRow("mixed, no dot") << "recordsTxT";
+        QTest::newRow("lower") << "plain.txt";
+    }
+    void nameEndingInTxtInAnyCaseIsKeptAsTyped() {
+        QFETCH(QString, typed);
+        ModalAnswerer answerer;
+        CreateOneRecordFile(answerer, PathOf(typed), "Di");
+        QCOMPARE(QString::fromStdString(editor->table.FilePathName), PathOf(typed));
+        QCOMPARE(ReadBytes(PathOf(typed)), FileBytes({MakeRecord("Di", "Info")}));
+        QVERIFY(!QFileInfo::exists(PathOf(typed + ".txt")));
+    }
+
+    void openShowsRecordOneAndEnablesTheRecordActions() {
+        const QString path = PathOf("three.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(3))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        QCOMPARE(answerer.fileDialogs.size(), 1);
+        QCOMPARE(editor->table.RecordCount, short(3));
+        QCOMPARE(editor->table.CurrentRecord, short(1));
+        QVERIFY(editor->table.FileLoaded);
+        QCOMPARE(BoxText(editor, 0), QString("Name 1"));
+        QCOMPARE(BoxText(editor, 12), QString("F1"));
+        QCOMPARE(LabelText(editor, "lblRecNum2"), QString("1"));
+        QCOMPARE(GoToBox(editor)->count(), 3);
+        QCOMPARE(GoToBox(editor)->currentText(), QString("1"));
+        QCOMPARE(Control<QLineEdit>(editor, "txtSavePath")->text(), path);
+        for (const char* name : {"Command3", "Command4", "cmdWriteTextToFile", "cmdCommitRecord", "cmdDeleteRecord",
+                                 "cmdUpdaterecord", "cboGoToRecord"})
+            QVERIFY2(Enabled(editor, name), name);
+        for (const char* name : {"cmdCancelAdd", "cmdFirst", "Command2"})
+            QVERIFY2(!Enabled(editor, name), name);
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
+    void openingAZeroByteFileGivesNoRecordsAndEnablesTheActions() {
+        const QString path = PathOf("empty.txt");
+        QVERIFY(WriteBytes(path, QByteArray()));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        QCOMPARE(editor->table.RecordCount, short(0));
+        QVERIFY(editor->table.FileLoaded);
+        QVERIFY(answerer.boxes.isEmpty());
+        for (const char* name : {"Command3", "Command4", "cmdWriteTextToFile", "cmdCommitRecord", "cmdDeleteRecord",
+                                 "cmdUpdaterecord"})
+            QVERIFY2(Enabled(editor, name), name);
+        QVERIFY(Box(editor, 0)->isEnabled());
+        QCOMPARE(GoToBox(editor)->count(), 0);
+    }
+
+    void openingAFileWithoutItsFinalEmptyLineSaysNoRecords() {
+        const QString path = PathOf("short.txt");
+        QByteArray bytes = FileBytes(NumberedRecords(1));
+        bytes.chop(2); // 111 lines: the separator line is missing
+        QVERIFY(WriteBytes(path, bytes));
+        ModalAnswerer answerer;
+        answerer.pressInBox(QMessageBox::Ok);
+        OpenWithDialog(answerer, path);
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kNoRecordsTitle, path + kNoRecordsTail, QMessageBox::NoIcon, kOk));
+        QCOMPARE(editor->table.RecordCount, short(0));
+        QVERIFY(!editor->table.FileLoaded);
+        QCOMPARE(BoxText(editor, 0), QString()); // the boxes are not filled
+        QCOMPARE(GoToBox(editor)->count(), 0);
+        QCOMPARE(GoToBox(editor)->currentText(), QString());
+        for (const char* name : {"cmdFirst", "Command2", "Command3", "Command4", "cmdDeleteRecord", "cmdWriteTextToFile",
+                                 "cboGoToRecord", "Label1"})
+            QVERIFY2(Enabled(editor, name), name); // EnableNavigation
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void cancellingTheOpenDialogLeavesNoFile() {
+        ModalAnswerer answerer;
+        answerer.cancelFileDialog();
+        Click(editor, "cmdOpen");
+        QVERIFY(answerer.waitUntilAnswered());
+        QVERIFY(!editor->table.DialogCancelled); // seen and cleared by Open
+        QVERIFY(!editor->table.FileLoaded);
+        QVERIFY(editor->table.FilePathName.empty());
+        QCOMPARE(Control<QLineEdit>(editor, "txtSavePath")->text(), QString());
+        QCOMPARE(editor->table.RecordCount, short(0));
+        for (int field = 0; field < 112; ++field)
+            for (int record = 0; record < 101; ++record)
+                QVERIFY(editor->table.records[field][record].empty());
+        QVERIFY(!Box(editor, 0)->isEnabled());
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
+    void openingAMissingFileOffersToCreateIt() {
+        const QString path = PathOf("fresh.txt");
+        QFile::remove(path);
+        ModalAnswerer answerer;
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.pressInBox(QMessageBox::Ok);
+        OpenWithDialog(answerer, path);
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[0], kNotExistTitle, kNotExist, QMessageBox::NoIcon, kYesNo));
+        QVERIFY(BoxIs(answerer.boxes[1], kCreatedTitle, kCreated, QMessageBox::Information, kOk));
+        QVERIFY(QFileInfo::exists(path));
+        QCOMPARE(QFileInfo(path).size(), 0);
+        QVERIFY(Enabled(editor, "cmdWriteTextToFile"));
+        QVERIFY(Enabled(editor, "Label1"));
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void refusingToCreateTheMissingFileCreatesNothing() {
+        const QString path = PathOf("never.txt");
+        ModalAnswerer answerer;
+        answerer.pressInBox(QMessageBox::No);
+        OpenWithDialog(answerer, path);
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(!QFileInfo::exists(path));
+        QVERIFY(!Enabled(editor, "cmdWriteTextToFile"));
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void commitOfMoreThan100RecordsIsRefused() {
+        const QString path = PathOf("hundred-one.txt");
+        const QByteArray bytes = FileBytes(NumberedRecords(101));
+        QVERIFY(WriteBytes(path, bytes));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        QCOMPARE(editor->table.RecordCount, short(101));
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdCommitRecord");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], "Cannot Save File", kMaximum, QMessageBox::Information, kOk));
+        QCOMPARE(ReadBytes(path), bytes);
+    }
+
+    void commitRewritesTheOpenFile() {
+        const QString path = PathOf("rewrite.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(2))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        Retype(editor, 0, "  Padded  ");
+        Click(editor, "cmdUpdaterecord");
+        Click(editor, "cmdCommitRecord");
+        std::vector<Record> expected = NumberedRecords(2);
+        expected[0][0] = "Padded"; // written without the surrounding spaces
+        QCOMPARE(ReadBytes(path), FileBytes(expected));
+        QCOMPARE(editor->table.records[0][0], std::string("  Padded  ")); // the table keeps them
+        QVERIFY(!editor->table.RecordEdited && !editor->table.RecordsChanged);
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
+    void commitRecreatesAFileDeletedMeanwhile() {
+        const QString path = PathOf("gone.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(1))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        QVERIFY(QFile::remove(path));
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdCommitRecord");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kNotExistTitle, kNotExist, QMessageBox::NoIcon, kYesNo));
+        QCOMPARE(ReadBytes(path), FileBytes(NumberedRecords(1)));
+
+        QVERIFY(QFile::remove(path));
+        answerer.pressInBox(QMessageBox::No);
+        Click(editor, "cmdCommitRecord");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(!QFileInfo::exists(path));
+    }
+
+    void commitIntoAMissingFolderEndsSilently() {
+        ModalAnswerer answerer;
+        Click(editor, "cmdNew");
+        Type(editor, 0, "X");
+        Type(editor, 8, "Y");
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.chooseFile(PathOf("no-such-folder/file.txt"));
+        Click(editor, "cmdCommitRecord");
+        QVERIFY(answerer.waitUntilAnswered());
+        QCOMPARE(answerer.boxes.size(), 1); // only the name question, no error message
+        QVERIFY(!QFileInfo::exists(PathOf("no-such-folder/file.txt")));
+        QVERIFY(Enabled(editor, "cmdWriteTextToFile"));
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void closeFileAsksAboutAnEditedRecord() {
+        const QString path = PathOf("close-edit.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(2))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        Type(editor, 8, "+");
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdCloseFile");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        std::vector<Record> expected = NumberedRecords(2);
+        expected[0][8] += "+";
+        QCOMPARE(ReadBytes(path), FileBytes(expected));
+
+        // Closed: no file, empty disabled boxes, the file and record actions disabled.
+        QVERIFY(editor->table.FilePathName.empty());
+        QCOMPARE(Control<QLineEdit>(editor, "txtSavePath")->text(), QString());
+        QCOMPARE(LabelText(editor, "lblRecNum2"), QString());
+        QCOMPARE(editor->table.RecordCount, short(0));
+        QCOMPARE(editor->table.CurrentRecord, short(0));
+        QCOMPARE(GoToBox(editor)->count(), 0);
+        QVERIFY(!Box(editor, 0)->isEnabled());
+        QCOMPARE(BoxText(editor, 0), QString());
+        for (const char* name : {"cmdCommitRecord", "cmdDeleteRecord", "cmdUpdaterecord", "cmdWriteTextToFile",
+                                 "cmdCancelAdd", "cmdFirst", "Command2", "Command3", "Command4"})
+            QVERIFY2(!Enabled(editor, name), name);
+        QVERIFY(!editor->table.FileLoaded && !editor->table.RecordEdited && !editor->table.RecordsChanged);
+        QVERIFY(editor->table.records[0][0].empty());
+    }
+
+    void closeFileAnsweredNoKeepsTheFile() {
+        const QString path = PathOf("close-no.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(2))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        Type(editor, 8, "+");
+        answerer.pressInBox(QMessageBox::No);
+        Click(editor, "cmdCloseFile");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QCOMPARE(ReadBytes(path), FileBytes(NumberedRecords(2)));
+        QVERIFY(editor->table.FilePathName.empty());
+    }
+
+    void closeFileAfterADeleteOffersToSave() {
+        const QString path = PathOf("close-delete.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(3))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdDeleteRecord"); // record 1
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdCloseFile");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[1], kSaveChanges, kSaveToFile, QMessageBox::Question, kYesNo));
+        const std::vector<Record> all = NumberedRecords(3);
+        QCOMPARE(ReadBytes(path), FileBytes({all[1], all[2]}));
+    }
+
+    void newFileAfterADeleteOffersToSave() {
+        const QString path = PathOf("new-delete.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(3))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdDeleteRecord");
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdNew");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[1], kSaveChanges, kSaveBeforeNew, QMessageBox::Question, kYesNo));
+        const std::vector<Record> all = NumberedRecords(3);
+        QCOMPARE(ReadBytes(path), FileBytes({all[1], all[2]}));
+        QCOMPARE(editor->table.RecordCount, short(1));
+        QVERIFY(editor->table.FilePathName.empty());
+    }
+
+    void newFileAfterADeleteAnsweredNoIsAskedAgainByClose() {
+        // New asks, then runs Close File, which asks its own question about the same change.
+        const QString path = PathOf("new-delete-no.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(3))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdDeleteRecord");
+        answerer.pressInBox(QMessageBox::No);
+        answerer.pressInBox(QMessageBox::No);
+        Click(editor, "cmdNew");
+        QCOMPARE(answerer.boxes.size(), 3);
+        QVERIFY(BoxIs(answerer.boxes[1], kSaveChanges, kSaveBeforeNew, QMessageBox::Question, kYesNo));
+        QVERIFY(BoxIs(answerer.boxes[2], kSaveChanges, kSaveToFile, QMessageBox::Question, kYesNo));
+        QCOMPARE(ReadBytes(path), FileBytes(NumberedRecords(3)));
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void openAfterAnUpdateOffersToSaveFirst() {
+        const QString first = PathOf("first.txt");
+        const QString second = PathOf("second.txt");
+        QVERIFY(WriteBytes(first, FileBytes(NumberedRecords(2))));
+        QVERIFY(WriteBytes(second, FileBytes(NumberedRecords(1))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, first);
+        Type(editor, 0, "!");
+        Click(editor, "cmdUpdaterecord");
+        QVERIFY(editor->table.RecordsChanged);
+
+        answerer.pressInBox(QMessageBox::Yes);
+        OpenWithDialog(answerer, second);
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kSaveChanges, kSaveBeforeOpen, QMessageBox::Question, kYesNo));
+        std::vector<Record> expected = NumberedRecords(2);
+        expected[0][0] += "!";
+        QCOMPARE(ReadBytes(first), FileBytes(expected));
+        QCOMPARE(QString::fromStdString(editor->table.FilePathName), second);
+        QCOMPARE(editor->table.RecordCount, short(1));
+    }
+
+    void openAfterAnUpdateAnsweredNoDropsTheChanges() {
+        const QString first = PathOf("drop.txt");
+        const QString second = PathOf("drop-next.txt");
+        QVERIFY(WriteBytes(first, FileBytes(NumberedRecords(2))));
+        QVERIFY(WriteBytes(second, FileBytes(NumberedRecords(3))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, first);
+        Type(editor, 0, "!");
+        Click(editor, "cmdUpdaterecord");
+        answerer.pressInBox(QMessageBox::No);
+        OpenWithDialog(answerer, second);
+        QCOMPARE(answerer.boxes.size(), 1);
+        QCOMPARE(ReadBytes(first), FileBytes(NumberedRecords(2)));
+        QCOMPARE(editor->table.RecordCount, short(3));
+        QCOMPARE(BoxText(editor, 0), QString("Name 1"));
+    }
+
+    void openWithAnEditedRecordAsksOnce() {
+        const QString first = PathOf("edited.txt");
+        QVERIFY(WriteBytes(first, FileBytes(NumberedRecords(2))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, first);
+        Type(editor, 8, "?");
+        answerer.pressInBox(QMessageBox::Yes);
+        OpenWithDialog(answerer, first);
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kSaveChanges, kSaveBeforeOpen, QMessageBox::Question, kYesNo));
+        std::vector<Record> expected = NumberedRecords(2);
+        expected[0][8] += "?";
+        QCOMPARE(ReadBytes(first), FileBytes(expected));
+        QCOMPARE(BoxText(editor, 8), QString("Info 1?")); // read back from the saved file
+    }
+
+    void backToMainMenuAsksAboutAnEditedRecordAndCloses() {
+        const QString path = PathOf("back.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(2))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        Type(editor, 0, "#");
+        answerer.pressInBox(QMessageBox::Yes);
+        QPointer<frmKorvaniUploadUtility> closing = editor;
+        Click(editor, "cmdExit");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        std::vector<Record> expected = NumberedRecords(2);
+        expected[0][0] += "#";
+        QCOMPARE(ReadBytes(path), FileBytes(expected));
+        QTRY_VERIFY(!closing);
+        QVERIFY(!FindEditor());
+    }
+};
+
+QTEST_MAIN(EditorFileActionsTest)
+#include "tst_editor_file_actions.moc"

@@ -1,0 +1,477 @@
+// The editor's record actions through the real window: the four navigation buttons, Go To Record,
+// Update Record, Add Record, Cancel Add and Delete Record, their questions and the button states.
+#include "tst_editor_support.h"
+
+using namespace editor_tests;
+
+class EditorRecordActionsTest : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir dir;
+    frmKorvaniUploadUtility* editor = nullptr;
+    int fileNumber = 0;
+
+    // Writes `records` to a new file and opens it with the Open button.
+    QString OpenRecords(ModalAnswerer& answerer, const std::vector<Record>& records) {
+        const QString path = dir.filePath(QStringLiteral("records-%1.txt").arg(++fileNumber));
+        if (!WriteBytes(path, FileBytes(records)))
+            qWarning("cannot write %s", qPrintable(path));
+        answerer.chooseFile(path);
+        Click(editor, "cmdOpen");
+        return path;
+    }
+
+    // First, Previous, Next, Last enabled?
+    QList<bool> NavigationStates() const {
+        return {Enabled(editor, "cmdFirst"), Enabled(editor, "Command2"), Enabled(editor, "Command3"),
+                Enabled(editor, "Command4")};
+    }
+
+    void ExpectShowing(int record, const QString& name) {
+        QCOMPARE(editor->table.CurrentRecord, short(record));
+        QCOMPARE(LabelText(editor, "lblRecNum2"), QString::number(record));
+        QCOMPARE(GoToBox(editor)->currentText(), QString::number(record));
+        QCOMPARE(BoxText(editor, 0), name);
+    }
+
+    // Types into the Go To Record box over its text, key by key, as a user would.
+    void TypeIntoGoTo(const QString& text) {
+        QComboBox* goTo = GoToBox(editor);
+        goTo->lineEdit()->selectAll();
+        QTest::keyClicks(goTo, text);
+    }
+
+private slots:
+    void initTestCase() { QVERIFY(dir.isValid()); }
+    void init() {
+        editor = OpenFreshEditor();
+        QVERIFY(editor);
+    }
+    void cleanupTestCase() { UnloadEditor(); }
+
+    void withOneRecordAllNavigationIsDisabledAfterOpen() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(1));
+        QCOMPARE(editor->table.RecordCount, short(1));
+        QCOMPARE(NavigationStates(), QList<bool>({false, false, false, false}));
+    }
+
+    void navigationButtonsAndTheirStates() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        QCOMPARE(NavigationStates(), QList<bool>({false, false, true, true}));
+        Click(editor, "Command3");
+        ExpectShowing(2, "Name 2");
+        QCOMPARE(BoxText(editor, 12), QString("F2"));
+        QCOMPARE(NavigationStates(), QList<bool>({true, true, true, true}));
+        Click(editor, "Command3");
+        ExpectShowing(3, "Name 3");
+        QCOMPARE(NavigationStates(), QList<bool>({true, true, false, false}));
+        Click(editor, "Command2");
+        ExpectShowing(2, "Name 2");
+        Click(editor, "cmdFirst");
+        ExpectShowing(1, "Name 1");
+        QCOMPARE(NavigationStates(), QList<bool>({false, false, true, true}));
+        Click(editor, "Command4");
+        ExpectShowing(3, "Name 3");
+        QCOMPARE(NavigationStates(), QList<bool>({true, true, false, false}));
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
+    void leavingAnEditedRecordAsksAndYesStoresIt() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Type(editor, 0, "x");
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "Command3");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        ExpectShowing(2, "Name 2");
+        QCOMPARE(editor->table.records[0][0], std::string("Name 1x"));
+        QVERIFY(!editor->table.RecordEdited);
+        QVERIFY(editor->table.RecordsChanged);
+    }
+
+    void leavingAnEditedRecordAnsweredNoDropsTheEdit() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Type(editor, 0, "x");
+        answerer.pressInBox(QMessageBox::No);
+        Click(editor, "Command4");
+        ExpectShowing(3, "Name 3");
+        Click(editor, "cmdFirst");
+        ExpectShowing(1, "Name 1");
+        QCOMPARE(editor->table.records[0][0], std::string("Name 1"));
+        QVERIFY(!editor->table.RecordEdited);
+        QCOMPARE(answerer.boxes.size(), 1);
+    }
+
+    void nextOnTheLastAndPreviousOnTheFirstOnlyClearRecordEdited() {
+        // After an update every navigation button is enabled, so Next can be pressed on the last record
+        // and Previous on the first.
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(2));
+        Click(editor, "Command4");
+        Type(editor, 9, "u");
+        Click(editor, "cmdUpdaterecord");
+        QVERIFY(Enabled(editor, "Command3"));
+        Type(editor, 10, "v");
+        QVERIFY(editor->table.RecordEdited);
+        answerer.pressInBox(QMessageBox::No);
+        Click(editor, "Command3");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        QVERIFY(!editor->table.RecordEdited);
+        QCOMPARE(editor->table.CurrentRecord, short(2));
+        QCOMPARE(BoxText(editor, 10), QString("v")); // nothing shown again
+        QVERIFY(Enabled(editor, "Command3"));        // nor any button state changed
+
+        Click(editor, "cmdFirst");
+        Type(editor, 0, "u");
+        Click(editor, "cmdUpdaterecord");
+        QVERIFY(Enabled(editor, "Command2"));
+        Type(editor, 10, "w");
+        answerer.pressInBox(QMessageBox::No);
+        Click(editor, "Command2");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(!editor->table.RecordEdited);
+        QCOMPARE(editor->table.CurrentRecord, short(1));
+        QCOMPARE(BoxText(editor, 10), QString("w"));
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void navigationDoesNothingWithoutALoadedFile() {
+        ModalAnswerer answerer;
+        Click(editor, "cmdNew");
+        Type(editor, 0, "n");
+        editor->SetNavigationButtonsEnabled(true);
+        Click(editor, "cmdFirst");
+        Click(editor, "Command4");
+        QVERIFY(answerer.boxes.isEmpty()); // not even the record change question
+        QVERIFY(editor->table.RecordEdited);
+        QCOMPARE(LabelText(editor, "lblRecNum2"), QString("1"));
+    }
+
+    void goToRecordByChoosingFromTheList() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        QComboBox* goTo = GoToBox(editor);
+        goTo->setFocus();
+        QTest::keyClick(goTo, Qt::Key_Down); // item "1"
+        QTest::keyClick(goTo, Qt::Key_Down); // item "2"
+        ExpectShowing(2, "Name 2");
+        QCOMPARE(NavigationStates(), QList<bool>({true, true, true, true}));
+        QTest::keyClick(goTo, Qt::Key_Down);
+        ExpectShowing(3, "Name 3");
+        QCOMPARE(NavigationStates(), QList<bool>({true, true, false, false}));
+        QTest::keyClick(goTo, Qt::Key_Up);
+        QTest::keyClick(goTo, Qt::Key_Up);
+        ExpectShowing(1, "Name 1");
+        QCOMPARE(NavigationStates(), QList<bool>({false, false, true, true}));
+        QVERIFY(answerer.boxes.isEmpty());
+        QVERIFY(!editor->GoToGuard);
+    }
+
+    void goToRecordWithATypedNumber() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        TypeIntoGoTo("3");
+        ExpectShowing(3, "Name 3");
+        QCOMPARE(NavigationStates(), QList<bool>({true, true, false, false}));
+        TypeIntoGoTo("2");
+        ExpectShowing(2, "Name 2");
+        QVERIFY(!editor->GoToGuard);
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
+    void goToRecordAsksAboutAnEditedRecord() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Type(editor, 8, "!");
+        answerer.pressInBox(QMessageBox::Yes);
+        TypeIntoGoTo("3");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        ExpectShowing(3, "Name 3");
+        QCOMPARE(editor->table.records[8][0], std::string("Info 1!"));
+    }
+
+    void goToRecordCorrectsTypedTextOnKeyRelease_data() {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("record");
+        QTest::newRow("not a number") << "x" << "1" << 1;
+        QTest::newRow("below one") << "0" << "1" << 1;
+        QTest::newRow("above the count") << "9" << "3" << 3;
+        QTest::newRow("in range") << "2" << "2" << 2;
+    }
+    void goToRecordCorrectsTypedTextOnKeyRelease() {
+        QFETCH(QString, typed);
+        QFETCH(QString, text);
+        QFETCH(int, record);
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Click(editor, "Command3"); // start on record 2
+        TypeIntoGoTo(typed);
+        QCOMPARE(GoToBox(editor)->currentText(), text);
+        QCOMPARE(editor->table.CurrentRecord, short(record));
+        QCOMPARE(BoxText(editor, 0), QString("Name %1").arg(record));
+    }
+
+    void goToRecordWithoutRecordsEmptiesTheBox() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, {});
+        QCOMPARE(editor->table.RecordCount, short(0));
+        TypeIntoGoTo("5");
+        QCOMPARE(GoToBox(editor)->currentText(), QString());
+        QCOMPARE(editor->table.CurrentRecord, short(1));
+    }
+
+    void updateStoresTheBoxesIntoTheCurrentRecord() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(2));
+        Click(editor, "Command4");
+        Type(editor, 100, " padded ");
+        Click(editor, "cmdUpdaterecord");
+        QCOMPARE(editor->table.records[100][1], std::string(" padded ")); // untrimmed in the table
+        QVERIFY(editor->table.FileLoaded && editor->table.RecordsChanged && !editor->table.FileChanged);
+        QVERIFY(editor->table.RecordEdited); // cleared only by leaving the record or committing
+        for (const char* name : {"cmdWriteTextToFile", "cmdNew", "cmdOpen", "cmdCloseFile", "cmdCommitRecord",
+                                 "cmdDeleteRecord", "cmdFirst", "Command2", "Command3", "Command4", "cboGoToRecord"})
+            QVERIFY2(Enabled(editor, name), name);
+        QVERIFY(!Enabled(editor, "cmdCancelAdd"));
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
+    void updateWithNothingTypedStoresNothingAndAsksNothing() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, {MakeRecord("", "")});
+        Click(editor, "cmdUpdaterecord");
+        QVERIFY(answerer.boxes.isEmpty());
+        QVERIFY(!editor->table.UpdateCancelled);
+        QVERIFY(!editor->table.RecordsChanged);
+    }
+
+    void updateWithABlankNameIsRefusedAndCommitWritesNothing_data() {
+        QTest::addColumn<int>("field");
+        QTest::addColumn<QString>("typed");
+        QTest::newRow("blank Name") << 0 << "";
+        QTest::newRow("all-space Name") << 0 << "   ";
+        QTest::newRow("all-space Info 1") << 8 << "  ";
+    }
+    void updateWithABlankNameIsRefusedAndCommitWritesNothing() {
+        QFETCH(int, field);
+        QFETCH(QString, typed);
+        ModalAnswerer answerer;
+        const QString path = OpenRecords(answerer, NumberedRecords(2));
+        const QByteArray before = ReadBytes(path);
+        if (typed.isEmpty()) {
+            qobject_cast<QLineEdit*>(Box(editor, field))->selectAll();
+            QTest::keyClick(Box(editor, field), Qt::Key_Backspace);
+        } else {
+            Retype(editor, field, typed);
+        }
+        QVERIFY(editor->table.RecordEdited);
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdUpdaterecord");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kUpdateCanceledTitle, kUpdateCanceled, QMessageBox::Warning, kOk));
+        QVERIFY(editor->table.UpdateCancelled);
+        QCOMPARE(editor->table.records[field][0], field == 0 ? std::string("Name 1") : std::string("Info 1"));
+
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdCommitRecord");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[1], kUpdateCanceledTitle, kUpdateCanceled, QMessageBox::Warning, kOk));
+        QCOMPARE(ReadBytes(path), before);
+        QVERIFY(!editor->table.UpdateCancelled); // Commit saw it and cleared it
+    }
+
+    void updateWithMoreThan100RecordsIsRefused() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(101));
+        Type(editor, 0, "z");
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdUpdaterecord");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], "Cannot Update Record", kMaximum, QMessageBox::Information, kOk));
+        QCOMPARE(editor->table.records[0][0], std::string("Name 1"));
+    }
+
+    void addRecordWith100RecordsIsRefused() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(100));
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdWriteTextToFile");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], "Cannot Add Record", kMaximum, QMessageBox::Information, kOk));
+        QCOMPARE(editor->table.RecordCount, short(100));
+        QCOMPARE(BoxText(editor, 0), QString("Name 1"));
+        QVERIFY(!editor->table.AddingRecord);
+    }
+
+    void addRecordWith99RecordsCreatesRecord100() {
+        ModalAnswerer answerer;
+        const QString path = OpenRecords(answerer, NumberedRecords(99));
+        Click(editor, "cmdWriteTextToFile");
+        QVERIFY(answerer.boxes.isEmpty());
+        QCOMPARE(editor->table.RecordCount, short(100));
+        ExpectShowing(100, "");
+        for (int field = 0; field < 111; ++field)
+            QCOMPARE(BoxText(editor, field), QString());
+        QCOMPARE(GoToBox(editor)->count(), 100);
+        QVERIFY(editor->table.AddingRecord && editor->table.AddingRecordCompanion);
+        QCOMPARE(QApplication::focusWidget(), Box(editor, 0));
+        for (const char* name : {"cmdNew", "cmdOpen", "cmdCloseFile", "cmdCommitRecord", "cmdDeleteRecord", "cmdFirst",
+                                 "Command2", "Command3", "Command4", "cboGoToRecord", "cmdWriteTextToFile"})
+            QVERIFY2(!Enabled(editor, name), name);
+        QVERIFY(Enabled(editor, "cmdCancelAdd"));
+
+        // The new record gets its content through Update Record, and the file through Commit.
+        Type(editor, 0, "Hundred");
+        Type(editor, 8, "Last");
+        Click(editor, "cmdUpdaterecord");
+        QVERIFY(Enabled(editor, "cmdCommitRecord"));
+        QVERIFY(!Enabled(editor, "cmdCancelAdd"));
+        Click(editor, "cmdCommitRecord");
+        std::vector<Record> expected = NumberedRecords(99);
+        expected.push_back(MakeRecord("Hundred", "Last"));
+        QCOMPARE(ReadBytes(path), FileBytes(expected));
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
+    void addRecordAsksAboutAnEditedRecordFirst() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(2));
+        Type(editor, 0, "+");
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdWriteTextToFile");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        QCOMPARE(editor->table.records[0][0], std::string("Name 1+"));
+        QCOMPARE(editor->table.RecordCount, short(3));
+        QVERIFY(!editor->table.RecordEdited);
+    }
+
+    void addRecordNeedsAFileWithRecords() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, {});
+        Click(editor, "cmdWriteTextToFile");
+        QCOMPARE(editor->table.RecordCount, short(0));
+        QVERIFY(!editor->table.AddingRecord);
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
+    void cancelAddReturnsToTheLastRecord() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Click(editor, "cmdWriteTextToFile");
+        QCOMPARE(editor->table.RecordCount, short(4));
+        Click(editor, "cmdCancelAdd");
+        QCOMPARE(editor->table.RecordCount, short(3));
+        ExpectShowing(3, "Name 3");
+        QCOMPARE(GoToBox(editor)->count(), 3);
+        QCOMPARE(NavigationStates(), QList<bool>({true, true, false, false}));
+        for (const char* name : {"cmdNew", "cmdOpen", "cmdCloseFile", "cmdCommitRecord", "cmdDeleteRecord",
+                                 "cboGoToRecord", "cmdWriteTextToFile"})
+            QVERIFY2(Enabled(editor, name), name);
+        QVERIFY(!editor->table.AddingRecordCompanion);
+        QVERIFY(editor->table.AddingRecord); // kept set
+        QVERIFY(!editor->table.RecordEdited);
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
+    void cancelAddAfterTypingAsksAboutTheEditedRecord() {
+        // Cancel Add ends by going to the last record, which asks about the typed keys; the emptied
+        // boxes then fail the required fields, so nothing is stored.
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(2));
+        Click(editor, "cmdWriteTextToFile");
+        Type(editor, 0, "abandoned");
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdCancelAdd");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        QVERIFY(BoxIs(answerer.boxes[1], kUpdateCanceledTitle, kUpdateCanceled, QMessageBox::Warning, kOk));
+        ExpectShowing(2, "Name 2");
+        QCOMPARE(editor->table.records[0][1], std::string("Name 2"));
+        QVERIFY(!editor->table.RecordEdited);
+    }
+
+    void deletingRecord2Of3LeavesTheFormerRecord3AsRecord2() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Click(editor, "Command3");
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdDeleteRecord");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kDeleteTitle, kDelete, QMessageBox::Question, kYesNo));
+        QCOMPARE(editor->table.RecordCount, short(2));
+        ExpectShowing(2, "Name 3"); // the last record is shown
+        QCOMPARE(BoxText(editor, 12), QString("F3"));
+        QCOMPARE(editor->table.records[0][0], std::string("Name 1"));
+        QCOMPARE(editor->table.records[0][1], std::string("Name 3"));
+        QCOMPARE(editor->table.records[0][2], std::string());
+        QVERIFY(editor->table.FileChangedByDelete);
+        QCOMPARE(GoToBox(editor)->count(), 2);
+        QCOMPARE(NavigationStates(), QList<bool>({true, true, false, false}));
+    }
+
+    void deletingTheFirstOrTheLastKeepsTheOthersInOrder_data() {
+        QTest::addColumn<int>("deleted");
+        QTest::newRow("first") << 1;
+        QTest::newRow("middle") << 2;
+        QTest::newRow("last") << 3;
+    }
+    void deletingTheFirstOrTheLastKeepsTheOthersInOrder() {
+        QFETCH(int, deleted);
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        TypeIntoGoTo(QString::number(deleted));
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdDeleteRecord");
+        std::vector<Record> expected = NumberedRecords(3);
+        expected.erase(expected.begin() + (deleted - 1));
+        for (int record = 0; record < 2; ++record)
+            for (int field = 0; field < 111; ++field)
+                QCOMPARE(editor->table.records[field][record], expected[record][field]);
+        QCOMPARE(editor->table.CurrentRecord, short(2));
+    }
+
+    void deleteAnsweredNoKeepsTheRecord() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Type(editor, 0, "e");
+        answerer.pressInBox(QMessageBox::No);
+        Click(editor, "cmdDeleteRecord");
+        QCOMPARE(editor->table.RecordCount, short(3));
+        QVERIFY(!editor->table.FileChangedByDelete);
+        QVERIFY(editor->table.RecordEdited);
+    }
+
+    void deletingDownToOneRecordDisablesNavigation() {
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(2));
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdDeleteRecord");
+        ExpectShowing(1, "Name 2");
+        QCOMPARE(NavigationStates(), QList<bool>({false, false, false, false}));
+    }
+
+    void deleteErrorsShowTheirNumber() {
+        // In a file without records the record to delete does not exist: going to the last record after
+        // the removal fails with a subscript error, shown as its number.
+        ModalAnswerer answerer;
+        OpenRecords(answerer, {});
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdDeleteRecord");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[1], kApplicationTitle, "9", QMessageBox::NoIcon, kOk));
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+};
+
+QTEST_MAIN(EditorRecordActionsTest)
+#include "tst_editor_record_actions.moc"
