@@ -4,6 +4,7 @@
 #include "platform/vb_text.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QFileDialog>
 #include <QFileInfo>
 
@@ -53,9 +54,10 @@ void CommonDialog::Show(bool save) {
         if (CancelError) Raise(errDialogCancelled);
         return;
     }
+    // File names are bytes in the system's file-name encoding, not text of the program's code page.
     const QString chosen = dialog.selectedFiles().constFirst();
-    FileName = FromQString(chosen);
-    FileTitle = FromQString(QFileInfo(chosen).fileName());
+    FileName = QFile::encodeName(chosen).toStdString();
+    FileTitle = QFile::encodeName(QFileInfo(chosen).fileName()).toStdString();
     const int index = int(filters.indexOf(dialog.selectedNameFilter()));
     if (index >= 0) FilterIndex = index + 1;
 }

@@ -18,8 +18,8 @@
 namespace sim {
 
 struct Faults {
-    bool silent = false;                    // receives and logs, never answers
-    std::optional<std::string> replyText;   // answers every received ENQ with this text instead of the echo
+    bool silent = false;                     // receives and logs, never answers
+    std::optional<std::string> replyText;    // answers every received ENQ with this text instead of the echo
     std::chrono::milliseconds replyDelay{0}; // every answer leaves this long after the bytes that caused it
 };
 

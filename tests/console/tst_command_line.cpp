@@ -1,0 +1,84 @@
+// The search's unattended branch, driven by this process's real command line. CTest runs this program
+// once per command line (see tests/CMakeLists.txt); each run checks what its command line asks for.
+#include "app/globals.h"
+#include "console/console_window.h"
+#include "platform/program_end.h"
+#include "support/ports_folder.h"
+#include "support/program.h"
+#include "tablet.h"
+
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace testing_support;
+using namespace std::chrono_literals;
+
+class CommandLineTest : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void searchFollowsTheCommandLine();
+
+private:
+    std::unique_ptr<PortsFolder> ports;
+    std::unique_ptr<sim::Tablet> tablet;
+};
+
+void CommandLineTest::init() {
+    ports = std::make_unique<PortsFolder>();
+    tablet = std::make_unique<sim::Tablet>(ports->path(), 1);
+}
+
+void CommandLineTest::cleanup() {
+    tablet.reset();
+    ports.reset();
+}
+
+void CommandLineTest::searchFollowsTheCommandLine() {
+    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    QVERIFY2(!arguments.isEmpty(), "run with a command line, as CTest does");
+    const QString commandLine = arguments.join(' ').trimmed();
+    frmQuillmaxSerial* console = StartConsole();
+    QSignalSpy operations(console, &frmQuillmaxSerial::deviceOperationStarted);
+    QTest::mouseClick(console->cmdSearch, Qt::LeftButton);
+    QStringList ran;
+    for (const QList<QVariant>& operation : operations)
+        ran << operation.at(0).toString();
+
+    // No port is probed either way: the unattended branch comes before the search.
+    QCOMPARE(tablet->received(), std::string());
+    QCOMPARE(intComPort, short(0));
+    QVERIFY(console->blnCmdLine);
+
+    if (commandLine.size() < 2) {
+        // "x": taking the path from the third character fails; the search ends silently.
+        QCOMPARE(ran, QStringList());
+        QVERIFY(!vb::HasEnded());
+        QVERIFY(console->isVisible());
+        QCOMPARE(console->lblConnected->text(), QString());
+        QVERIFY(!console->cmdReset->isEnabled());
+        QCOMPARE(console->cursor().shape(), Qt::ArrowCursor);
+        return;
+    }
+    QCOMPARE(console->strCmdFile, commandLine.mid(2).trimmed().toStdString());
+    QCOMPARE(console->MSComm1.Settings(), std::string("115200,O,8,1"));
+    if (commandLine.startsWith("0,"))
+        QCOMPARE(ran, QStringList({"cmdDownload_Click", "cmdReset_Click"}));
+    else
+        QCOMPARE(ran, QStringList({"cmdDownload_Click"}));
+    QVERIFY(vb::HasEnded());
+    QVERIFY(!console->isVisible());
+    QVERIFY(!console->MSComm1.PortOpen());
+}
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    CommandLineTest test;
+    // The arguments are the program's command line under test, not test names.
+    char* onlyTheProgram[] = {argv[0]};
+    return QTest::qExec(&test, 1, onlyTheProgram);
+}
+
+#include "tst_command_line.moc"

@@ -1,0 +1,308 @@
+// "&Search for Velmora LT" against emulated tablets, silent ports and missing ports in a ports folder.
+#include "app/globals.h"
+#include "console/console_window.h"
+#include "platform/mscomm.h"
+#include "platform/program_end.h"
+#include "support/ports_folder.h"
+#include "support/program.h"
+#include "tablet.h"
+
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QLabel>
+#include <QPushButton>
+#include <QTest>
+#include <fcntl.h>
+#include <memory>
+#include <termios.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace testing_support;
+using namespace std::chrono_literals;
+
+namespace {
+
+const std::string kEnq = "\x05";
+
+const char* const kDeviceButtons[] = {"cmdCustomerName", "cmdTitle", "cmdDateTime", "cmdPassword",
+                                      "cmdReset",        "cmdUploadData", "cmdDownload"};
+
+// What the connection light showed each time it was painted.
+struct LightWatcher : QObject {
+    struct Frame {
+        QString caption;
+        QVariant colour;
+        bool resetEnabled;
+        Qt::CursorShape cursor;
+    };
+    LightWatcher(frmQuillmaxSerial* console) : console(console) { console->lblConnected->installEventFilter(this); }
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::Paint)
+            frames.push_back({console->lblConnected->text(), console->lblConnected->property("BackColor"),
+                              console->cmdReset->isEnabled(), console->cursor().shape()});
+        return false;
+    }
+    QStringList captions() const {
+        QStringList list;
+        for (const Frame& frame : frames)
+            if (list.isEmpty() || list.last() != frame.caption)
+                list << frame.caption;
+        return list;
+    }
+    frmQuillmaxSerial* console;
+    std::vector<Frame> frames;
+};
+
+} // namespace
+
+class DeviceSearchTest : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void tabletOnPort3BehindTwoMissingPorts();
+    void tabletBehindTwoSilentPortsCostsPollsNotTicks();
+    void answerWithoutEnqCostsOneHundredTicks();
+    void answerWithoutEnqOnTheLastPortLeavesItClosed();
+    void noTabletAnywhereLeavesTheLightRedWith40();
+    void portsOneToSixteenMissingEndWithAnEmptyCaption();
+    void searchPressedAgainRestartsFromPort1();
+    void duringTheSearchTheLightIsRedAndTheButtonsDisabled();
+    void searchResetsRateAndSettingsButNotTheCombos();
+    void exitWithThePortOpenClosesIt();
+    void escapeTriggersExitAfterASearch();
+    void baudComboByKeyboardReopensTheOpenPort();
+
+private:
+    void search();
+    int ticksDuringSearch = 0;
+    std::unique_ptr<PortsFolder> ports;
+    std::vector<std::unique_ptr<sim::Tablet>> tablets;
+    frmQuillmaxSerial* console = nullptr;
+    sim::Tablet& add(int port, sim::Faults faults = {}) {
+        tablets.push_back(std::make_unique<sim::Tablet>(ports->path(), port, faults));
+        return *tablets.back();
+    }
+};
+
+void DeviceSearchTest::initTestCase() { qputenv("VELMORA_TICK_MS", "2"); }
+
+void DeviceSearchTest::init() {
+    ports = std::make_unique<PortsFolder>();
+    console = StartConsole();
+    ticksDuringSearch = 0;
+    connect(console->Timer1, &vb::Timer::Tick, this, [this] { ++ticksDuringSearch; });
+}
+
+void DeviceSearchTest::cleanup() {
+    if (console)
+        console->MSComm1.setPortOpen(false);
+    tablets.clear();
+    ports.reset();
+}
+
+void DeviceSearchTest::search() { QTest::mouseClick(console->cmdSearch, Qt::LeftButton); }
+
+void DeviceSearchTest::tabletOnPort3BehindTwoMissingPorts() {
+    sim::Tablet& tablet = add(3);
+    search();
+    QCOMPARE(console->lblConnected->text(), QString("3"));
+    QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x00FF00u);
+    QCOMPARE(console->lblConnected->palette().color(QPalette::Window), QColor(0, 255, 0));
+    for (const char* name : kDeviceButtons)
+        QVERIFY2(Control(console, name)->isEnabled(), name);
+    QCOMPARE(intComPort, short(3));
+    QVERIFY(console->MSComm1.PortOpen());
+    QCOMPARE(console->MSComm1.CommPort(), short(3));
+    QCOMPARE(console->MSComm1.Settings(), std::string("115200,O,8,1"));
+    QVERIFY(!console->Timer1->Enabled());
+    QCOMPARE(console->cursor().shape(), Qt::ArrowCursor);
+    QCOMPARE(console->CancelButton(), console->cmdCancel);
+    QCOMPARE(tablet.received(), kEnq);
+}
+
+void DeviceSearchTest::tabletBehindTwoSilentPortsCostsPollsNotTicks() {
+    sim::Tablet& first = add(1, {.silent = true});
+    sim::Tablet& second = add(2, {.silent = true});
+    sim::Tablet& tablet = add(3);
+    QElapsedTimer clock;
+    clock.start();
+    search();
+    // Each silent port gets one ENQ and 200 polls of at least 1 ms; no tick is spent on it.
+    QVERIFY(clock.elapsed() >= 400);
+    QCOMPARE(first.received(), kEnq);
+    QCOMPARE(second.received(), kEnq);
+    QCOMPARE(tablet.received(), kEnq);
+    QCOMPARE(ticksDuringSearch, 0);
+    QCOMPARE(console->lblConnected->text(), QString("3"));
+    QCOMPARE(intComPort, short(3));
+}
+
+void DeviceSearchTest::answerWithoutEnqCostsOneHundredTicks() {
+    sim::Tablet& chatty = add(1, {.replyText = std::string("HELLO")});
+    sim::Tablet& tablet = add(2);
+    search();
+    QCOMPARE(ticksDuringSearch, 100);
+    QCOMPARE(chatty.received(), kEnq);
+    QCOMPARE(tablet.received(), kEnq);
+    QCOMPARE(console->lblConnected->text(), QString("2"));
+    QCOMPARE(intComPort, short(2));
+}
+
+void DeviceSearchTest::answerWithoutEnqOnTheLastPortLeavesItClosed() {
+    // Ports 1 to 15 missing are skipped; 16 to 39 answer nothing; 40 answers without ENQ.
+    for (int port = 16; port <= 39; ++port)
+        add(port, {.silent = true});
+    sim::Tablet& chatty = add(40, {.replyText = std::string("HELLO")});
+    search();
+    QCOMPARE(chatty.received(), kEnq);
+    QCOMPARE(ticksDuringSearch, 100);
+    QCOMPARE(console->lblConnected->text(), QString("40"));
+    QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x0000FFu);
+    QVERIFY(!console->MSComm1.PortOpen()); // closed after its 100 ticks
+    QCOMPARE(intComPort, short(0));
+}
+
+void DeviceSearchTest::noTabletAnywhereLeavesTheLightRedWith40() {
+    for (int port = 16; port <= 40; ++port)
+        add(port, {.silent = true});
+    search();
+    QCOMPARE(console->lblConnected->text(), QString("40"));
+    QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x0000FFu);
+    QCOMPARE(console->lblConnected->palette().color(QPalette::Window), QColor(255, 0, 0));
+    for (const char* name : kDeviceButtons)
+        QVERIFY2(!Control(console, name)->isEnabled(), name);
+    for (const char* name : {"cmdSearch", "Command1", "cmdBrowse", "cmdCancel"})
+        QVERIFY2(Control(console, name)->isEnabled(), name);
+    // The last port answered nothing, so it was left open.
+    QVERIFY(console->MSComm1.PortOpen());
+    QCOMPARE(console->MSComm1.CommPort(), short(40));
+    QCOMPARE(intComPort, short(0));
+    QCOMPARE(ticksDuringSearch, 0);
+    QCOMPARE(console->cursor().shape(), Qt::ArrowCursor);
+}
+
+void DeviceSearchTest::portsOneToSixteenMissingEndWithAnEmptyCaption() {
+    sim::Tablet& beyond = add(17);
+    LightWatcher light(console);
+    search();
+    QCOMPARE(console->lblConnected->text(), QString());
+    QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x0000FFu);
+    QCOMPARE(beyond.received(), std::string());
+    QVERIFY(!console->MSComm1.PortOpen());
+    QVERIFY(!console->Timer1->Enabled());
+    for (const char* name : kDeviceButtons)
+        QVERIFY2(!Control(console, name)->isEnabled(), name);
+    QStringList expected;
+    for (int port = 1; port <= 16; ++port)
+        expected << QString::number(port);
+    expected << QString();
+    QCOMPARE(light.captions(), expected);
+}
+
+void DeviceSearchTest::searchPressedAgainRestartsFromPort1() {
+    sim::Tablet& first = add(1, {.silent = true});
+    sim::Tablet& second = add(2, {.silent = true});
+    sim::Tablet& tablet = add(3);
+    search();
+    QCOMPARE(intComPort, short(3));
+    QVERIFY(console->MSComm1.PortOpen());
+    LightWatcher light(console);
+    search();
+    QCOMPARE(light.captions(), QStringList({"1", "2", "3"}));
+    QCOMPARE(first.received(), kEnq + kEnq);
+    QCOMPARE(second.received(), kEnq + kEnq);
+    QCOMPARE(tablet.received(), kEnq + kEnq);
+    QCOMPARE(console->lblConnected->text(), QString("3"));
+    QVERIFY(console->MSComm1.PortOpen());
+}
+
+void DeviceSearchTest::duringTheSearchTheLightIsRedAndTheButtonsDisabled() {
+    add(1, {.silent = true});
+    add(2);
+    search();
+    QCOMPARE(intComPort, short(2));
+    LightWatcher light(console);
+    search();
+    QStringList redCaptions;
+    for (const LightWatcher::Frame& frame : light.frames) {
+        if (frame.colour.toUInt() != 0x0000FFu)
+            continue;
+        QVERIFY(!frame.resetEnabled);
+        QCOMPARE(frame.cursor, Qt::WaitCursor);
+        redCaptions << frame.caption;
+    }
+    QVERIFY(redCaptions.contains("1"));
+    QVERIFY(redCaptions.contains("2"));
+    QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x00FF00u);
+}
+
+void DeviceSearchTest::searchResetsRateAndSettingsButNotTheCombos() {
+    add(3);
+    console->cboDownload->setCurrentIndex(2);
+    console->cboDownload_Click();
+    console->cboBaud->setCurrentIndex(0);
+    console->cboBaud_Click();
+    QCOMPARE(console->dblDelay, 1500000.0);
+    QCOMPARE(console->MSComm1.Settings(), std::string("19200,O,8,1"));
+    search();
+    QCOMPARE(console->dblDelay, 750000.0);
+    QCOMPARE(console->strBaud, std::string("115200"));
+    QCOMPARE(console->MSComm1.Settings(), std::string("115200,O,8,1"));
+    QCOMPARE(console->cboBaud->currentText(), QString("19200"));
+    QCOMPARE(console->cboDownload->currentText(), QString("Slow Speed!"));
+    QVERIFY(!console->blnCmdLine);
+}
+
+void DeviceSearchTest::exitWithThePortOpenClosesIt() {
+    add(3);
+    search();
+    QVERIFY(console->MSComm1.PortOpen());
+    QTest::mouseClick(console->cmdCancel, Qt::LeftButton);
+    QVERIFY(!console->MSComm1.PortOpen());
+    QVERIFY(vb::HasEnded());
+    QVERIFY(!console->isVisible());
+    // Released: another opener gets the port.
+    vb::MSComm other;
+    other.setCommPort(3);
+    other.setPortOpen(true);
+    QVERIFY(other.PortOpen());
+}
+
+void DeviceSearchTest::escapeTriggersExitAfterASearch() {
+    add(3);
+    search();
+    QTest::keyClick(console->cmdSearch, Qt::Key_Escape);
+    QVERIFY(vb::HasEnded());
+    QVERIFY(!console->MSComm1.PortOpen());
+    QVERIFY(!console->isVisible());
+}
+
+void DeviceSearchTest::baudComboByKeyboardReopensTheOpenPort() {
+    sim::Tablet& tablet = add(3);
+    search();
+    QVERIFY(console->MSComm1.PortOpen());
+    auto* baud = console->cboBaud;
+    for (int i = 0; i < 20 && QApplication::focusWidget() != baud; ++i)
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    QCOMPARE(QApplication::focusWidget(), baud);
+    QTest::keyClick(baud, Qt::Key_Up);
+    QCOMPARE(console->strBaud, std::string("57600"));
+    QCOMPARE(console->MSComm1.Settings(), std::string("57600,O,8,1"));
+    QVERIFY(console->MSComm1.PortOpen());
+    QCOMPARE(console->MSComm1.CommPort(), short(3));
+    const int fd = ::open(tablet.devicePath().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    QVERIFY(fd >= 0);
+    termios line{};
+    tcgetattr(fd, &line);
+    ::close(fd);
+    QCOMPARE(cfgetospeed(&line), speed_t(B57600));
+    // The reopened port still talks to the tablet.
+    console->MSComm1.Output(kEnq);
+    QVERIFY(tablet.waitForReceived(2, 2s));
+}
+
+QTEST_MAIN(DeviceSearchTest)
+#include "tst_device_search.moc"

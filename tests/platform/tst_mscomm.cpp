@@ -1,0 +1,439 @@
+// The serial port control over real pseudo-terminals played by the emulated tablet.
+#include "platform/errors.h"
+#include "platform/mscomm.h"
+#include "platform/port_map.h"
+#include "support/ports_folder.h"
+#include "tablet.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTest>
+#include <fcntl.h>
+#include <fstream>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+using namespace testing_support;
+using namespace std::chrono_literals;
+
+namespace {
+
+// The error number an action raises, or 0.
+template <typename F> std::int64_t ErrorOf(F action) {
+    try {
+        action();
+    } catch (const vb::Error& error) {
+        return error.number;
+    }
+    return 0;
+}
+
+// A descriptor of our own on a tty, to look at its line settings beside the control.
+struct Observer {
+    explicit Observer(const std::string& path) : fd(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
+    ~Observer() {
+        if (fd >= 0)
+            ::close(fd);
+    }
+    termios settings() const {
+        termios now{};
+        tcgetattr(fd, &now);
+        return now;
+    }
+    int exclusive() const {
+        int flag = -1;
+        ioctl(fd, TIOCGEXCL, &flag);
+        return flag;
+    }
+    int fd;
+};
+
+} // namespace
+
+class MSCommTest : public QObject {
+    Q_OBJECT
+private slots:
+    void settingsAccepted_data();
+    void settingsAccepted();
+    void settingsRefusedWith380_data();
+    void settingsRefusedWith380();
+    void portNumbersMapToThePortsFolder();
+    void machineListLeavesOutTheConsole();
+    void portZeroRaises8002();
+    void missingPortRaises8002();
+    void pathThatIsNotATtyRaises8002();
+    void permissionFailureNamesDeviceAndDialoutGroup();
+    void openAppliesRawModeAndSpeed();
+    void pseudoTerminalAcceptsSevenDataBitsAndParity();
+    void outputAndInputCarryBytesUnchanged();
+    void inputWithNothingWaitingIsEmpty();
+    void settingInBufferCountToZeroDiscardsInput();
+    void onCommFiresOnlyWhileEventsAreProcessed();
+    void secondOpenerRaises8005();
+    void portHeldByAnotherProgramRaises8005();
+    void exclusiveFlagSetWhileOpenAndClearedOnClose();
+    void closeRestoresTheLineSettings();
+    void commPortChangeWhileOpenRaises8005();
+    void closedPortRaises8012();
+    void settingsChangedWhileOpenApplyAtOnce();
+    void farSideGoingAwayDoesNotHang();
+};
+
+void MSCommTest::settingsAccepted_data() {
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("baud");
+    QTest::addColumn<QChar>("parity");
+    QTest::addColumn<int>("dataBits");
+    QTest::addColumn<double>("stopBits");
+    QTest::newRow("console") << "115200,O,8,1" << 115200 << QChar('O') << 8 << 1.0;
+    QTest::newRow("19200") << "19200,O,8,1" << 19200 << QChar('O') << 8 << 1.0;
+    QTest::newRow("upload editor") << "115200,O,7,1" << 115200 << QChar('O') << 7 << 1.0;
+    QTest::newRow("lower-case parity") << "9600,n,8,2" << 9600 << QChar('N') << 8 << 2.0;
+    QTest::newRow("one and a half") << "57600,E,8,1.5" << 57600 << QChar('E') << 8 << 1.5;
+}
+
+void MSCommTest::settingsAccepted() {
+    QFETCH(QString, text);
+    QFETCH(int, baud);
+    QFETCH(QChar, parity);
+    QFETCH(int, dataBits);
+    QFETCH(double, stopBits);
+    const vb::LineSettings line = vb::ParseSettings(text.toStdString());
+    QCOMPARE(line.baud, baud);
+    QCOMPARE(QChar(line.parity), parity);
+    QCOMPARE(line.dataBits, dataBits);
+    QCOMPARE(line.stopBits, stopBits);
+    vb::MSComm port;
+    port.setSettings(text.toStdString());
+    QCOMPARE(port.Settings(), text.toStdString());
+}
+
+void MSCommTest::settingsRefusedWith380_data() {
+    QTest::addColumn<QString>("text");
+    for (const char* text : {"", "115200", "115200,O,8", "115200,X,8,1", "abc,O,8,1", "115200,O,9,1",
+                             "115200,O,8,3", "12345,O,8,1", "115200,O,8,1,", " 115200,O,8,1", "115200,OO,8,1"})
+        QTest::newRow(text) << QString(text);
+}
+
+void MSCommTest::settingsRefusedWith380() {
+    QFETCH(QString, text);
+    vb::MSComm port;
+    port.setSettings("19200,O,8,1");
+    QCOMPARE(ErrorOf([&] { port.setSettings(text.toStdString()); }), std::int64_t(380));
+    QCOMPARE(port.Settings(), std::string("19200,O,8,1")); // a refused text changes nothing
+}
+
+void MSCommTest::portNumbersMapToThePortsFolder() {
+    PortsFolder ports;
+    QCOMPARE(vb::DeviceForPort(1), ports.port(1));
+    QCOMPARE(vb::DeviceForPort(40), ports.port(40));
+    QCOMPARE(vb::DeviceForPort(0), std::string());
+    QCOMPARE(vb::DeviceForPort(41), std::string());
+    QCOMPARE(vb::DeviceForPort(-3), std::string());
+}
+
+void MSCommTest::machineListLeavesOutTheConsole() {
+    std::ifstream active("/sys/class/tty/console/active");
+    std::string name;
+    const std::vector<std::string> devices = vb::MachineSerialDevices();
+    while (active >> name)
+        QVERIFY2(std::find(devices.begin(), devices.end(), "/dev/" + name) == devices.end(), name.c_str());
+    // Built-in ports come in numeric order: ttyS2 before ttyS10.
+    auto at = [&](const char* path) { return std::find(devices.begin(), devices.end(), path) - devices.begin(); };
+    if (at("/dev/ttyS2") < long(devices.size()) && at("/dev/ttyS10") < long(devices.size()))
+        QVERIFY(at("/dev/ttyS2") < at("/dev/ttyS10"));
+}
+
+void MSCommTest::portZeroRaises8002() {
+    PortsFolder ports;
+    vb::MSComm port;
+    port.setCommPort(0);
+    QCOMPARE(ErrorOf([&] { port.setPortOpen(true); }), std::int64_t(8002));
+    QVERIFY(!port.PortOpen());
+}
+
+void MSCommTest::missingPortRaises8002() {
+    PortsFolder ports;
+    vb::MSComm port;
+    port.setCommPort(7);
+    try {
+        port.setPortOpen(true);
+        QFAIL("opened a port that does not exist");
+    } catch (const vb::Error& error) {
+        QCOMPARE(error.number, std::int64_t(8002));
+        QCOMPARE(error.description, std::string("Invalid Port Number"));
+    }
+}
+
+void MSCommTest::pathThatIsNotATtyRaises8002() {
+    PortsFolder ports;
+    QFile plain(QString::fromStdString(ports.port(5)));
+    QVERIFY(plain.open(QIODevice::WriteOnly));
+    plain.close();
+    vb::MSComm port;
+    port.setCommPort(5);
+    QCOMPARE(ErrorOf([&] { port.setPortOpen(true); }), std::int64_t(8002));
+    QVERIFY(!port.PortOpen());
+}
+
+void MSCommTest::permissionFailureNamesDeviceAndDialoutGroup() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 2);
+    // The pty belongs to root with no access for others; an ordinary user is refused by the system.
+    int channel[2];
+    QVERIFY(pipe(channel) == 0);
+    const bool root = geteuid() == 0;
+    if (!root)
+        QVERIFY(chmod(tablet.devicePath().c_str(), 0) == 0);
+    const pid_t child = fork();
+    QVERIFY(child >= 0);
+    if (child == 0) {
+        ::close(channel[0]);
+        if (root && (setgid(65534) != 0 || setuid(65534) != 0))
+            _exit(3);
+        std::string result = "opened";
+        try {
+            vb::MSComm port;
+            port.setCommPort(2);
+            port.setPortOpen(true);
+        } catch (const vb::Error& error) {
+            result = std::to_string(error.number) + "|" + error.description;
+        }
+        (void)!write(channel[1], result.data(), result.size());
+        _exit(0);
+    }
+    ::close(channel[1]);
+    char buffer[512] = {};
+    const ssize_t count = read(channel[0], buffer, sizeof buffer - 1);
+    ::close(channel[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    QVERIFY(count > 0);
+    const std::string result(buffer, std::size_t(count));
+    QVERIFY2(result.rfind("8002|", 0) == 0, result.c_str());
+    QVERIFY2(result.find("dialout") != std::string::npos, result.c_str());
+    // The device named is the port's own path (its folder, or the pty behind it).
+    QVERIFY2(result.find(ports.port(2)) != std::string::npos, result.c_str());
+}
+
+void MSCommTest::openAppliesRawModeAndSpeed() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 1);
+    vb::MSComm port;
+    port.setCommPort(1);
+    port.setSettings("115200,O,8,1");
+    port.setPortOpen(true);
+    QVERIFY(port.PortOpen());
+    QCOMPARE(port.DevicePath(), ports.port(1));
+    Observer observer(tablet.devicePath());
+    const termios line = observer.settings();
+    QCOMPARE(cfgetispeed(&line), speed_t(B115200));
+    QCOMPARE(cfgetospeed(&line), speed_t(B115200));
+    QCOMPARE(line.c_cflag & CSIZE, tcflag_t(CS8));
+    QCOMPARE(line.c_lflag & (ICANON | ECHO | ISIG), tcflag_t(0));
+    QCOMPARE(line.c_oflag & OPOST, tcflag_t(0));
+    QCOMPARE(int(line.c_cc[VMIN]), 0);
+    QCOMPARE(int(line.c_cc[VTIME]), 0);
+}
+
+void MSCommTest::pseudoTerminalAcceptsSevenDataBitsAndParity() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 4);
+    vb::MSComm port;
+    port.setCommPort(4);
+    port.setSettings("115200,O,7,1");
+    port.setPortOpen(true);
+    QVERIFY(port.PortOpen());
+    port.Output("\x05");
+    QVERIFY(tablet.waitForReceived(1, 2s));
+    QCOMPARE(tablet.received(), std::string("\x05"));
+}
+
+void MSCommTest::outputAndInputCarryBytesUnchanged() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3);
+    vb::MSComm port;
+    port.setCommPort(3);
+    port.setSettings("115200,O,8,1");
+    port.setPortOpen(true);
+    std::string everyByte;
+    for (int byte = 0; byte < 256; ++byte)
+        everyByte += char(byte);
+    port.Output(everyByte);
+    QVERIFY(tablet.waitForReceived(256, 2s));
+    QCOMPARE(tablet.received(), everyByte);
+    // The ENQ among them is echoed once.
+    QVERIFY(QTest::qWaitFor([&] { return port.InBufferCount() == 1; }, 2000));
+    QCOMPARE(port.Input(), std::string("\x05"));
+    QCOMPARE(port.InBufferCount(), 0L);
+}
+
+void MSCommTest::inputWithNothingWaitingIsEmpty() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3, sim::Faults{.silent = true});
+    vb::MSComm port;
+    port.setCommPort(3);
+    port.setPortOpen(true);
+    QCOMPARE(port.Input(), std::string());
+    QCOMPARE(port.InBufferCount(), 0L);
+    QVERIFY(port.PortOpen()); // nothing waiting is not the end of the line
+}
+
+void MSCommTest::settingInBufferCountToZeroDiscardsInput() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3);
+    vb::MSComm port;
+    port.setCommPort(3);
+    port.setPortOpen(true);
+    port.Output("\x05\x05\x05");
+    QVERIFY(QTest::qWaitFor([&] { return port.InBufferCount() == 3; }, 2000));
+    port.setInBufferCount(0);
+    QCOMPARE(port.InBufferCount(), 0L);
+    QCOMPARE(port.Input(), std::string());
+    QCOMPARE(ErrorOf([&] { port.setInBufferCount(2); }), std::int64_t(380));
+}
+
+void MSCommTest::onCommFiresOnlyWhileEventsAreProcessed() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3);
+    vb::MSComm port;
+    port.setCommPort(3);
+    port.setPortOpen(true);
+    QSignalSpy notifications(&port, &vb::MSComm::OnComm);
+    std::string gathered;
+    connect(&port, &vb::MSComm::OnComm, this, [&] { gathered += port.Input(); });
+    port.Output("\x05");
+    usleep(200 * 1000); // no events processed: the byte waits in the port
+    QCOMPARE(notifications.count(), 0);
+    QCOMPARE(port.InBufferCount(), 1L);
+    QVERIFY(QTest::qWaitFor([&] { return !gathered.empty(); }, 2000));
+    QCOMPARE(gathered, std::string("\x05"));
+    QVERIFY(notifications.count() >= 1);
+}
+
+void MSCommTest::secondOpenerRaises8005() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3);
+    vb::MSComm first;
+    first.setCommPort(3);
+    first.setPortOpen(true);
+    vb::MSComm second;
+    second.setCommPort(3);
+    QCOMPARE(ErrorOf([&] { second.setPortOpen(true); }), std::int64_t(8005));
+    QVERIFY(!second.PortOpen());
+    first.setPortOpen(false);
+    second.setPortOpen(true); // released on close
+    QVERIFY(second.PortOpen());
+}
+
+void MSCommTest::portHeldByAnotherProgramRaises8005() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3);
+    Observer other(tablet.devicePath());
+    QVERIFY(flock(other.fd, LOCK_EX | LOCK_NB) == 0);
+    vb::MSComm port;
+    port.setCommPort(3);
+    try {
+        port.setPortOpen(true);
+        QFAIL("opened a port another program holds");
+    } catch (const vb::Error& error) {
+        QCOMPARE(error.number, std::int64_t(8005));
+        QVERIFY(error.description.rfind("Port already open", 0) == 0);
+    }
+    flock(other.fd, LOCK_UN);
+    port.setPortOpen(true);
+    QVERIFY(port.PortOpen());
+}
+
+void MSCommTest::exclusiveFlagSetWhileOpenAndClearedOnClose() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3);
+    Observer observer(tablet.devicePath());
+    QCOMPARE(observer.exclusive(), 0);
+    vb::MSComm port;
+    port.setCommPort(3);
+    port.setPortOpen(true);
+    QCOMPARE(observer.exclusive(), 1);
+    port.setPortOpen(false);
+    QCOMPARE(observer.exclusive(), 0);
+}
+
+void MSCommTest::closeRestoresTheLineSettings() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3);
+    Observer observer(tablet.devicePath());
+    termios before = observer.settings();
+    cfsetispeed(&before, B9600);
+    cfsetospeed(&before, B9600);
+    before.c_lflag |= ICANON;
+    QVERIFY(tcsetattr(observer.fd, TCSANOW, &before) == 0);
+    before = observer.settings();
+    {
+        vb::MSComm port;
+        port.setCommPort(3);
+        port.setSettings("115200,O,8,1");
+        port.setPortOpen(true);
+        const termios during = observer.settings();
+        QCOMPARE(cfgetospeed(&during), speed_t(B115200));
+        port.setPortOpen(false);
+    }
+    const termios after = observer.settings();
+    QCOMPARE(cfgetispeed(&after), cfgetispeed(&before));
+    QCOMPARE(cfgetospeed(&after), cfgetospeed(&before));
+    QCOMPARE(after.c_cflag, before.c_cflag);
+    QCOMPARE(after.c_iflag, before.c_iflag);
+    QCOMPARE(after.c_oflag, before.c_oflag);
+    QCOMPARE(after.c_lflag, before.c_lflag);
+}
+
+void MSCommTest::commPortChangeWhileOpenRaises8005() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3);
+    vb::MSComm port;
+    port.setCommPort(3);
+    port.setPortOpen(true);
+    QCOMPARE(ErrorOf([&] { port.setCommPort(4); }), std::int64_t(8005));
+    QCOMPARE(port.CommPort(), short(3));
+}
+
+void MSCommTest::closedPortRaises8012() {
+    vb::MSComm port;
+    QCOMPARE(ErrorOf([&] { port.Output("\x05"); }), std::int64_t(8012));
+    QCOMPARE(ErrorOf([&] { port.Input(); }), std::int64_t(8012));
+    QCOMPARE(ErrorOf([&] { port.InBufferCount(); }), std::int64_t(8012));
+    port.setPortOpen(false); // closing a closed port is nothing
+    QVERIFY(!port.PortOpen());
+}
+
+void MSCommTest::settingsChangedWhileOpenApplyAtOnce() {
+    PortsFolder ports;
+    sim::Tablet tablet(ports.path(), 3);
+    Observer observer(tablet.devicePath());
+    vb::MSComm port;
+    port.setCommPort(3);
+    port.setPortOpen(true);
+    port.setSettings("19200,O,8,1");
+    const termios line = observer.settings();
+    QCOMPARE(cfgetospeed(&line), speed_t(B19200));
+}
+
+void MSCommTest::farSideGoingAwayDoesNotHang() {
+    PortsFolder ports;
+    auto tablet = std::make_unique<sim::Tablet>(ports.path(), 3);
+    vb::MSComm port;
+    port.setCommPort(3);
+    port.setPortOpen(true);
+    QSignalSpy notifications(&port, &vb::MSComm::OnComm);
+    tablet.reset();
+    QTest::qWait(100);
+    QCOMPARE(port.Input(), std::string());
+    QCOMPARE(notifications.count(), 0);
+    port.setPortOpen(false);
+    QVERIFY(!port.PortOpen());
+}
+
+QTEST_GUILESS_MAIN(MSCommTest)
+#include "tst_mscomm.moc"

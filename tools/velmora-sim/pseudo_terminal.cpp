@@ -1,0 +1,55 @@
+#include "pseudo_terminal.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <stdexcept>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace sim {
+
+namespace {
+
+std::runtime_error failure(const std::string& what) {
+    return std::runtime_error("velmora-sim: cannot create a pseudo-terminal: " + what + ": " +
+                              std::strerror(errno));
+}
+
+} // namespace
+
+PseudoTerminal::PseudoTerminal() {
+    try {
+        masterFd = posix_openpt(O_RDWR | O_NOCTTY);
+        if (masterFd < 0) throw failure("posix_openpt");
+        if (grantpt(masterFd) != 0) throw failure("grantpt");
+        if (unlockpt(masterFd) != 0) throw failure("unlockpt");
+        char name[128];
+        if (ptsname_r(masterFd, name, sizeof name) != 0) throw failure("ptsname");
+        slaveName = name;
+
+        slaveFd = open(name, O_RDWR | O_NOCTTY);
+        if (slaveFd < 0) throw failure("open " + slaveName);
+        termios raw{};
+        if (tcgetattr(slaveFd, &raw) != 0) throw failure("tcgetattr " + slaveName);
+        cfmakeraw(&raw);
+        if (tcsetattr(slaveFd, TCSANOW, &raw) != 0) throw failure("tcsetattr " + slaveName);
+
+        // Answers must never block the thread that also receives: writes that do not fit are kept
+        // and retried when the line can take them.
+        const int flags = fcntl(masterFd, F_GETFL);
+        if (flags < 0 || fcntl(masterFd, F_SETFL, flags | O_NONBLOCK) != 0) throw failure("fcntl O_NONBLOCK");
+    } catch (...) {
+        if (slaveFd >= 0) close(slaveFd);
+        if (masterFd >= 0) close(masterFd);
+        throw;
+    }
+}
+
+PseudoTerminal::~PseudoTerminal() {
+    close(slaveFd);
+    close(masterFd);
+}
+
+} // namespace sim
