@@ -33,7 +33,9 @@ constexpr int kPageBoxTop = 120, kPageBoxLeft = 660, kPageCaptionWidth = 495;
 constexpr std::array<int, 6> kPageFirst = {12, 35, 58, 81, 104, 111};
 constexpr std::array<const char*, 5> kPageCaptions = {"1 - 23", "24 - 46", "47 - 69", "70 - 92", "93 - 99"};
 
-QString IndexedName(const char* array, int index) { return QStringLiteral("%1(%2)").arg(array).arg(index); }
+QString IndexedName(const char* array, int index) {
+    return QStringLiteral("%1(%2)").arg(array).arg(index);
+}
 
 template <typename W> W* Make(QWidget* parent, const QString& name) {
     auto* widget = new W(parent);
@@ -91,8 +93,8 @@ void frmKorvaniUploadUtility::BuildControls() {
     Place(cmdNew, 120, 120, 1455, 495);
     cmdOpen = PictureButton(this, "cmdOpen", "&Open  File", "document-open", QStyle::SP_DialogOpenButton);
     Place(cmdOpen, 1635, 120, 1455, 495);
-    cmdCloseFile = PictureButton(this, "cmdCloseFile", "Clo&se File", "document-close",
-                                 QStyle::SP_DialogCloseButton);
+    cmdCloseFile =
+        PictureButton(this, "cmdCloseFile", "Clo&se File", "document-close", QStyle::SP_DialogCloseButton);
     Place(cmdCloseFile, 3150, 120, 1455, 495);
     cmdCommitRecord = PictureButton(this, "cmdCommitRecord", "&Commit Changes To File", "document-save",
                                     QStyle::SP_DialogSaveButton);
@@ -165,16 +167,16 @@ void frmKorvaniUploadUtility::BuildControls() {
         navigation->setEnabled(false);
 
     // The record actions under the pages.
-    cmdWriteTextToFile = PictureButton(this, "cmdWriteTextToFile", "&Add Record", "list-add",
-                                       QStyle::SP_FileDialogNewFolder);
+    cmdWriteTextToFile =
+        PictureButton(this, "cmdWriteTextToFile", "&Add Record", "list-add", QStyle::SP_FileDialogNewFolder);
     Place(cmdWriteTextToFile, 5160, 8925, 1590, 495);
     cmdUpdaterecord = Button(this, "cmdUpdaterecord", "&Update Record");
     Place(cmdUpdaterecord, 6830, 8925, 1590, 495);
-    cmdDeleteRecord = PictureButton(this, "cmdDeleteRecord", "&Delete Record", "edit-delete",
-                                    QStyle::SP_TrashIcon);
+    cmdDeleteRecord =
+        PictureButton(this, "cmdDeleteRecord", "&Delete Record", "edit-delete", QStyle::SP_TrashIcon);
     Place(cmdDeleteRecord, 8500, 8925, 1590, 495);
-    cmdCancelAdd = PictureButton(this, "cmdCancelAdd", "Cancel Add &Record", "edit-undo",
-                                 QStyle::SP_DialogCancelButton);
+    cmdCancelAdd =
+        PictureButton(this, "cmdCancelAdd", "Cancel Add &Record", "edit-undo", QStyle::SP_DialogCancelButton);
     Place(cmdCancelAdd, 10170, 8925, 1590, 495);
     for (QPushButton* disabled : {cmdWriteTextToFile, cmdDeleteRecord, cmdCancelAdd})
         disabled->setEnabled(false);
@@ -202,7 +204,8 @@ void frmKorvaniUploadUtility::BuildControls() {
             const int row = field - kPageFirst[page];
             const int number = field - kFirstNumberedField; // caption element; reads number + 1
             const int top = kPageBoxTop + row * kPageRowSpacing;
-            lblKorvani[number] = Label(fra[page], IndexedName("lblKorvani", number), QString::number(number + 1));
+            lblKorvani[number] =
+                Label(fra[page], IndexedName("lblKorvani", number), QString::number(number + 1));
             lblKorvani[number]->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
             Place(lblKorvani[number], 0, top + 15, kPageCaptionWidth, kCaptionHeight);
             txtAI[field] = EntryBox(fra[page], field);

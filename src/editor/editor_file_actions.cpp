@@ -3,27 +3,28 @@
 #include "editor/editor_messages.h"
 #include "editor/frm_korvani_upload_utility.h"
 #include "platform/errors.h"
+#include "platform/file_system.h"
 #include "platform/msgbox.h"
 #include "platform/vb_text.h"
 
 #include <QComboBox>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QFile>
 
 using namespace editor;
 namespace msg = editor::messages;
 
 namespace {
 
-bool AskYes(const char* prompt, int style, const char* title) { return vb::MsgBox(prompt, style, title) == vb::vbYes; }
+bool AskYes(const char* prompt, int style, const char* title) {
+    return vb::MsgBox(prompt, style, title) == vb::vbYes;
+}
 
 // Creates `path` as an empty text file, replacing any file of that name.
 void CreateEmptyTextFile(const std::string& path) {
-    QFile file(vb::ToQString(path));
-    if (path.empty() || !file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        vb::Raise(vb::errPathNotFound);
+    vb::CreateTextFile(path, true);
 }
 
 } // namespace
@@ -38,12 +39,10 @@ void frmKorvaniUploadUtility::ChooseFileName() {
         else
             CommonDialog1.ShowOpen();
         std::string name = CommonDialog1.FileName;
-        if (name.empty())
-            return;
-        if (vb::UCase(vb::Right(name, 3)) != "TXT")
-            name += ".txt";
+        if (name.empty()) return;
+        if (vb::UCase(vb::Right(name, 3)) != "TXT") name += ".txt";
         if (!CommonDialog1.FileTitle.empty()) {
-            txtSavePath->setText(vb::ToQString(name));
+            txtSavePath->setText(QFile::decodeName(QByteArray::fromStdString(name)));
             table.FilePathName = name;
         } else {
             vb::MsgBox(msg::kNameNotEntered, msg::kExclamationOk, msg::kNameNotEnteredTitle);
@@ -53,7 +52,8 @@ void frmKorvaniUploadUtility::ChooseFileName() {
             table.DialogCancelled = true;
             return;
         }
-        vb::MsgBox(vb::Str(long(error.number)) + " " + error.description, msg::kPlainOk, vb::kApplicationTitle);
+        vb::MsgBox(vb::Str(long(error.number)) + " " + error.description, msg::kPlainOk,
+                   vb::kApplicationTitle);
     }
 }
 
@@ -95,8 +95,7 @@ void frmKorvaniUploadUtility::OpenFile() {
             }
             asked = true;
         };
-        if (table.FileChangedByDelete)
-            askAndSave();
+        if (table.FileChangedByDelete) askAndSave();
         if (table.FileChanged) {
             if (!asked)
                 askAndSave();
@@ -123,8 +122,7 @@ void frmKorvaniUploadUtility::OpenFile() {
                 asked = false;
             }
         }
-        if (table.RecordEdited && !asked)
-            askAndSave();
+        if (table.RecordEdited && !asked) askAndSave();
 
         table.FileLoaded = false;
         table.FileChangedByDelete = false;
@@ -170,12 +168,12 @@ void frmKorvaniUploadUtility::ReadAndShowFile() {
     lblRecNum2->setText("1");
     for (int field = 0; field < kFieldCount; ++field)
         SetBoxText(field, RecordField(field, 1));
-    for (QPushButton* button : {Command3, Command4, cmdWriteTextToFile, cmdCommitRecord, cmdDeleteRecord, cmdUpdaterecord})
+    for (QPushButton* button :
+         {Command3, Command4, cmdWriteTextToFile, cmdCommitRecord, cmdDeleteRecord, cmdUpdaterecord})
         button->setEnabled(true);
     cmdCancelAdd->setEnabled(false);
     RefillGoToRecord();
-    if (table.RecordCount == 1)
-        SetNavigationButtonsEnabled(false);
+    if (table.RecordCount == 1) SetNavigationButtonsEnabled(false);
     cboGoToRecord->setEditText(QString::number(table.CurrentRecord));
     table.FileLoaded = true;
 }
@@ -191,8 +189,7 @@ void frmKorvaniUploadUtility::CloseFile() {
         }
     } else if (table.FileChangedByDelete || table.FileChanged) {
         // Either file-level change asks once.
-        if (AskYes(msg::kSaveToFile, msg::kQuestionYesNo, msg::kSaveChangesTitle))
-            CommitFile();
+        if (AskYes(msg::kSaveToFile, msg::kQuestionYesNo, msg::kSaveChangesTitle)) CommitFile();
     }
 
     table.RecordsChanged = false;
@@ -209,7 +206,8 @@ void frmKorvaniUploadUtility::CloseFile() {
     lblRecNum2->clear();
     table.RecordCount = 0;
 
-    for (QPushButton* button : {cmdCommitRecord, cmdDeleteRecord, cmdUpdaterecord, cmdWriteTextToFile, cmdCancelAdd})
+    for (QPushButton* button :
+         {cmdCommitRecord, cmdDeleteRecord, cmdUpdaterecord, cmdWriteTextToFile, cmdCancelAdd})
         button->setEnabled(false);
     SetNavigationButtonsEnabled(false);
 
@@ -231,18 +229,15 @@ void frmKorvaniUploadUtility::CommitFile() {
             vb::MsgBox(msg::kMaximumRecords, msg::kInformationOk, msg::kCannotSaveTitle);
             return;
         }
-        if (!table.FileLoaded && !table.RecordsChanged)
-            return;
-        if (table.RecordCount == 0)
-            return;
+        if (!table.FileLoaded && !table.RecordsChanged) return;
+        if (table.RecordCount == 0) return;
         UpdateRecord();
         if (table.UpdateCancelled) {
             table.UpdateCancelled = false;
             return;
         }
         if (table.FilePathName.empty()) {
-            if (!AskYes(msg::kPathNeeded, msg::kPlainYesNo, msg::kPathNeededTitle))
-                return;
+            if (!AskYes(msg::kPathNeeded, msg::kPlainYesNo, msg::kPathNeededTitle)) return;
             table.OpenDialogMode = false;
             ChooseFileName();
             CreateEmptyTextFile(table.FilePathName);
@@ -251,8 +246,7 @@ void frmKorvaniUploadUtility::CommitFile() {
         table.FileChangedByDelete = false;
         table.RecordsChanged = false;
         if (!FileExists(table.FilePathName)) {
-            if (!AskYes(msg::kNotExist, msg::kPlainYesNo, msg::kNotExistTitle))
-                return;
+            if (!AskYes(msg::kNotExist, msg::kPlainYesNo, msg::kNotExistTitle)) return;
             CreateEmptyTextFile(table.FilePathName);
         }
         WriteRecordFile(table);
@@ -260,8 +254,7 @@ void frmKorvaniUploadUtility::CommitFile() {
     } catch (const vb::Error& error) {
         // A file that cannot be written ends the commit without a message. No statement here reads a
         // file, so the input-past-end error that would resume with the next statement does not arise.
-        if (error.number == vb::errInvalidProcedureCall)
-            return;
+        if (error.number == vb::errInvalidProcedureCall) return;
         cmdWriteTextToFile->setEnabled(true);
     }
 }
@@ -269,8 +262,7 @@ void frmKorvaniUploadUtility::CommitFile() {
 void frmKorvaniUploadUtility::Form_QueryUnload() {
     if (table.FileChangedByDelete || table.FileChanged) {
         // Either file-level change asks once; the close goes on whatever the answer.
-        if (AskYes(msg::kSaveToFile, msg::kQuestionYesNo, msg::kSaveChangesTitle))
-            CommitFile();
+        if (AskYes(msg::kSaveToFile, msg::kQuestionYesNo, msg::kSaveChangesTitle)) CommitFile();
     }
     table.FileChangedByDelete = false;
     table.FileChanged = false;

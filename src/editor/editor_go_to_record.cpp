@@ -13,8 +13,7 @@ int frmKorvaniUploadUtility::GoToListIndex() const {
 }
 
 void frmKorvaniUploadUtility::SelectGoToItem(int index) {
-    if (index < -1 || index >= cboGoToRecord->count())
-        vb::Raise(vb::errInvalidPropertyValue);
+    if (index < -1 || index >= cboGoToRecord->count()) vb::Raise(vb::errInvalidPropertyValue);
     if (index >= 0) {
         cboGoToRecord->setCurrentIndex(index);
         goToTextTyped = false;
@@ -24,8 +23,7 @@ void frmKorvaniUploadUtility::SelectGoToItem(int index) {
 }
 
 void frmKorvaniUploadUtility::GoToRecordSelection() {
-    if (!table.FileLoaded)
-        return;
+    if (!table.FileLoaded) return;
     RecordChangePrompt();
     table.CurrentRecord = short(GoToListIndex() + 1);
     if (GoToGuard) {
@@ -43,8 +41,7 @@ void frmKorvaniUploadUtility::GoToRecordSelection() {
     table.CurrentRecord = vb::CInt(vb::FromQString(cboGoToRecord->currentText()));
     ShowRecord(table.CurrentRecord);
     ApplyNavigationButtonStates();
-    if (table.RecordCount == 1)
-        SetNavigationButtonsEnabled(false);
+    if (table.RecordCount == 1) SetNavigationButtonsEnabled(false);
 }
 
 void frmKorvaniUploadUtility::GoToRecordKeyUp() {

@@ -8,7 +8,8 @@ inline constexpr const char* kSaveBeforeNew =
     "You have made changes to this file. Do you want to save them before creating a new file?";
 inline constexpr const char* kSaveBeforeOpen =
     "You have made changes to this file. Do you want to save them before opening another file?";
-inline constexpr const char* kSaveToFile = "You have made changes to this file. Do you want to save them to file?";
+inline constexpr const char* kSaveToFile =
+    "You have made changes to this file. Do you want to save them to file?";
 
 inline constexpr const char* kRecordChangeTitle = "Record Change Detected";
 inline constexpr const char* kRecordChange =

@@ -22,10 +22,14 @@ using Target = frmKorvaniUploadUtility::NavigationTarget;
 // The record a navigation button goes to, or nothing when it stays where it is.
 std::optional<short> NavigationDestination(Target target, short current, short count) {
     switch (target) {
-    case Target::First: return short(1);
-    case Target::Previous: return current <= 1 ? std::nullopt : std::optional<short>(short(current - 1));
-    case Target::Next: return current == count ? std::nullopt : std::optional<short>(short(current + 1));
-    case Target::Last: return count;
+    case Target::First:
+        return short(1);
+    case Target::Previous:
+        return current <= 1 ? std::nullopt : std::optional<short>(short(current - 1));
+    case Target::Next:
+        return current == count ? std::nullopt : std::optional<short>(short(current + 1));
+    case Target::Last:
+        return count;
     }
     return std::nullopt;
 }
@@ -33,24 +37,20 @@ std::optional<short> NavigationDestination(Target target, short current, short c
 } // namespace
 
 void frmKorvaniUploadUtility::Navigate(NavigationTarget target) {
-    if (!table.FileLoaded)
-        return;
-    if (target == Target::Last && table.RecordCount == 0)
-        return;
+    if (!table.FileLoaded) return;
+    if (target == Target::Last && table.RecordCount == 0) return;
     RecordChangePrompt();
-    const std::optional<short> destination = NavigationDestination(target, table.CurrentRecord, table.RecordCount);
-    if (!destination)
-        return;
+    const std::optional<short> destination =
+        NavigationDestination(target, table.CurrentRecord, table.RecordCount);
+    if (!destination) return;
     table.CurrentRecord = *destination;
     ShowRecord(table.CurrentRecord);
     ApplyNavigationButtonStates();
-    if (target == Target::Last && table.RecordCount == 1)
-        SetNavigationButtonsEnabled(false);
+    if (target == Target::Last && table.RecordCount == 1) SetNavigationButtonsEnabled(false);
 }
 
 void frmKorvaniUploadUtility::UpdateRecord() {
-    if (!table.FileLoaded && !table.RecordsChanged)
-        return;
+    if (!table.FileLoaded && !table.RecordsChanged) return;
     if (table.RecordCount >= kMaxRecords + 1) {
         vb::MsgBox(msg::kMaximumRecords, msg::kInformationOk, msg::kCannotUpdateTitle);
         return;
@@ -58,8 +58,7 @@ void frmKorvaniUploadUtility::UpdateRecord() {
     // Nothing typed, nothing to store: the required-field check applies only to a record that would be
     // stored. (So Commit right after New writes the new blank record, and an unedited record is never
     // refused.)
-    if (!table.RecordEdited)
-        return;
+    if (!table.RecordEdited) return;
     if (vb::Trim(BoxText(kNameField)).empty() || vb::Trim(BoxText(kInfo1Field)).empty()) {
         vb::MsgBox(msg::kUpdateCanceled, msg::kExclamationOk, msg::kUpdateCanceledTitle);
         table.UpdateCancelled = true;
@@ -78,8 +77,7 @@ void frmKorvaniUploadUtility::UpdateRecord() {
             table.CurrentRecord = table.RecordCount;
             lblRecNum2->setText(QString::number(table.CurrentRecord));
             const std::string goTo = vb::FromQString(cboGoToRecord->currentText());
-            if (!goTo.empty())
-                GoToRemembered = vb::CInt(goTo);
+            if (!goTo.empty()) GoToRemembered = vb::CInt(goTo);
             return;
         }
     }
@@ -102,8 +100,7 @@ void frmKorvaniUploadUtility::AddRecord() {
         vb::MsgBox(msg::kMaximumRecords, msg::kInformationOk, msg::kCannotAddTitle);
         return;
     }
-    if (!table.FileLoaded || table.RecordCount == 0)
-        return;
+    if (!table.FileLoaded || table.RecordCount == 0) return;
     RecordChangePrompt();
     // Only the new record's boxes and Cancel Add are usable until it is updated or cancelled.
     for (QPushButton* button : {cmdNew, cmdOpen, cmdCloseFile, cmdCommitRecord, cmdDeleteRecord})
@@ -124,9 +121,9 @@ void frmKorvaniUploadUtility::AddRecord() {
 }
 
 void frmKorvaniUploadUtility::CancelAdd() {
-    if (!table.FileLoaded || table.RecordCount == 0)
-        return;
-    for (QPushButton* button : {cmdNew, cmdOpen, cmdCloseFile, cmdCommitRecord, cmdDeleteRecord, cmdWriteTextToFile})
+    if (!table.FileLoaded || table.RecordCount == 0) return;
+    for (QPushButton* button :
+         {cmdNew, cmdOpen, cmdCloseFile, cmdCommitRecord, cmdDeleteRecord, cmdWriteTextToFile})
         button->setEnabled(true);
     SetNavigationButtonsEnabled(true);
     cboGoToRecord->setEnabled(true);
@@ -142,19 +139,16 @@ void frmKorvaniUploadUtility::CancelAdd() {
 }
 
 void frmKorvaniUploadUtility::DeleteRecord() {
-    if (!table.FileLoaded)
-        return;
+    if (!table.FileLoaded) return;
     try {
-        if (vb::MsgBox(msg::kDelete, msg::kQuestionYesNo, msg::kDeleteTitle) == vb::vbNo)
-            return;
+        if (vb::MsgBox(msg::kDelete, msg::kQuestionYesNo, msg::kDeleteTitle) == vb::vbNo) return;
         table.RecordEdited = false;
 
         // The other records move up one place, in their order, into an emptied table.
         using Column = std::array<std::string, kFieldSlots>;
         std::vector<Column> kept;
         for (int record = 1; record <= table.RecordCount; ++record) {
-            if (record == table.CurrentRecord)
-                continue;
+            if (record == table.CurrentRecord) continue;
             Column column;
             for (int field = 0; field < kFieldSlots; ++field)
                 column[field] = RecordField(field, record);

@@ -4,6 +4,7 @@
 #include "editor/frm_korvani_upload_utility.h"
 #include "editor/memo_box.h"
 #include "platform/errors.h"
+#include "platform/file_system.h"
 #include "platform/msgbox.h"
 #include "platform/vb_text.h"
 
@@ -11,13 +12,11 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QFileInfo>
 
 using namespace editor;
 
 std::string frmKorvaniUploadUtility::BoxText(int index) const {
-    if (index == kMemoField)
-        return static_cast<const MemoBox*>(txtAI[index])->Text();
+    if (index == kMemoField) return static_cast<const MemoBox*>(txtAI[index])->Text();
     return vb::FromQString(static_cast<const QLineEdit*>(txtAI[index])->text());
 }
 
@@ -92,14 +91,12 @@ void frmKorvaniUploadUtility::EnableNavigation() {
 }
 
 bool frmKorvaniUploadUtility::FileExists(const std::string& path) {
-    // Only a file counts; a folder, an empty name or an unreadable place answers false.
-    return !path.empty() && QFileInfo(vb::ToQString(path)).isFile();
+    return vb::FileExists(path);
 }
 
 void frmKorvaniUploadUtility::StripLeadingEtx() {
     const std::string name = BoxText(kNameField);
-    if (!name.empty() && name.front() == '\x03')
-        SetBoxText(kNameField, name.substr(1));
+    if (!name.empty() && name.front() == '\x03') SetBoxText(kNameField, name.substr(1));
 }
 
 void frmKorvaniUploadUtility::ReservedProcedure() {
@@ -107,8 +104,8 @@ void frmKorvaniUploadUtility::ReservedProcedure() {
 }
 
 void frmKorvaniUploadUtility::RecordChangePrompt() {
-    if (table.RecordEdited &&
-        vb::MsgBox(messages::kRecordChange, messages::kQuestionYesNo, messages::kRecordChangeTitle) == vb::vbYes)
+    if (table.RecordEdited && vb::MsgBox(messages::kRecordChange, messages::kQuestionYesNo,
+                                         messages::kRecordChangeTitle) == vb::vbYes)
         UpdateRecord();
     table.RecordEdited = false;
 }

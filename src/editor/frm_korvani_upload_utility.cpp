@@ -25,13 +25,14 @@ constexpr std::array<const char*, 5> kTabCaptions = {"1 - 23", "24 - 46", "47 - 
 // Keys that produce a character raise a box's key press event; moving keys (arrows, Delete, Tab, bare
 // modifiers) do not.
 bool IsCharacterKey(const QKeyEvent* event) {
-    if (event->text().isEmpty())
-        return false;
+    if (event->text().isEmpty()) return false;
     switch (event->key()) {
     case Qt::Key_Tab:
     case Qt::Key_Backtab:
-    case Qt::Key_Delete: return false;
-    default: return true;
+    case Qt::Key_Delete:
+        return false;
+    default:
+        return true;
     }
 }
 
@@ -54,7 +55,8 @@ void frmKorvaniUploadUtility::Handle(const std::function<void()>& body) {
 }
 
 void frmKorvaniUploadUtility::OnClick(QAbstractButton* button, void (frmKorvaniUploadUtility::*handler)()) {
-    connect(button, &QAbstractButton::clicked, this, [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
+    connect(button, &QAbstractButton::clicked, this,
+            [this, handler] { Handle([this, handler] { (this->*handler)(); }); });
 }
 
 void frmKorvaniUploadUtility::ConnectHandlers() {
@@ -179,8 +181,7 @@ void frmKorvaniUploadUtility::Form_Load() {
 void frmKorvaniUploadUtility::TabStrip1_Click() {
     try {
         const int k = TabStrip1->currentIndex(); // the tab numbered k + 1
-        if (k == CurrentPage)
-            return;
+        if (k == CurrentPage) return;
         for (int i = 0; i < int(fra.size()); ++i)
             fra[i]->setVisible(i == k);
         CurrentPage = short(k);
@@ -190,7 +191,9 @@ void frmKorvaniUploadUtility::TabStrip1_Click() {
     }
 }
 
-void frmKorvaniUploadUtility::txtAI_KeyPress(int /*index*/) { table.RecordEdited = true; }
+void frmKorvaniUploadUtility::txtAI_KeyPress(int /*index*/) {
+    table.RecordEdited = true;
+}
 
 bool frmKorvaniUploadUtility::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::KeyPress) {
@@ -199,8 +202,7 @@ bool frmKorvaniUploadUtility::eventFilter(QObject* watched, QEvent* event) {
             Handle([this, index] { txtAI_KeyPress(index.toInt()); });
     } else if (event->type() == QEvent::KeyRelease &&
                (watched == cboGoToRecord || watched == cboGoToRecord->lineEdit())) {
-        if (!static_cast<QKeyEvent*>(event)->isAutoRepeat())
-            Handle([this] { cboGoToRecord_KeyUp(); });
+        if (!static_cast<QKeyEvent*>(event)->isAutoRepeat()) Handle([this] { cboGoToRecord_KeyUp(); });
     }
     return QWidget::eventFilter(watched, event);
 }
@@ -208,8 +210,7 @@ bool frmKorvaniUploadUtility::eventFilter(QObject* watched, QEvent* event) {
 void frmKorvaniUploadUtility::closeEvent(QCloseEvent* event) {
     // Once the program has ended, windows just close; otherwise the close request may save changes
     // first, and is never refused.
-    if (!vb::HasEnded())
-        Handle([this] { Form_QueryUnload(); });
+    if (!vb::HasEnded()) Handle([this] { Form_QueryUnload(); });
     unloaded = true;
     event->accept();
 }

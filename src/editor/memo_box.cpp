@@ -11,7 +11,9 @@ namespace editor {
 namespace {
 
 // Length of a piece of box text where every line break stands for CR LF.
-int ClassicLength(const QString& text) { return int(text.size() + text.count(QChar::ParagraphSeparator) + text.count('\n')); }
+int ClassicLength(const QString& text) {
+    return int(text.size() + text.count(QChar::ParagraphSeparator) + text.count('\n'));
+}
 
 } // namespace
 
@@ -35,7 +37,9 @@ void MemoBox::SetText(const std::string& text) {
     setPlainText(shown);
 }
 
-int MemoBox::TextLength() const { return ClassicLength(toPlainText()); }
+int MemoBox::TextLength() const {
+    return ClassicLength(toPlainText());
+}
 
 int MemoBox::Room() const {
     const QString selected = textCursor().selectedText();
@@ -57,8 +61,7 @@ void MemoBox::keyPressEvent(QKeyEvent* event) {
 }
 
 void MemoBox::insertFromMimeData(const QMimeData* source) {
-    if (!source || !source->hasText())
-        return;
+    if (!source || !source->hasText()) return;
     QString text = source->text();
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
     // Paste as much as fits, a line break counting two characters.
@@ -66,13 +69,11 @@ void MemoBox::insertFromMimeData(const QMimeData* source) {
     qsizetype take = 0;
     while (take < text.size()) {
         const int cost = text.at(take) == '\n' ? 2 : 1;
-        if (cost > room)
-            break;
+        if (cost > room) break;
         room -= cost;
         ++take;
     }
-    if (take > 0)
-        textCursor().insertText(text.left(take));
+    if (take > 0) textCursor().insertText(text.left(take));
 }
 
 } // namespace editor

@@ -6,8 +6,7 @@
 void ShowRecordEditor() {
     static QPointer<frmKorvaniUploadUtility> editor;
     // A closed editor is unloaded (and deleted soon); the next call loads a fresh one.
-    if (!editor || editor->Unloaded())
-        editor = new frmKorvaniUploadUtility();
+    if (!editor || editor->Unloaded()) editor = new frmKorvaniUploadUtility();
     editor->show();
     editor->raise();
     editor->activateWindow();

@@ -18,11 +18,17 @@ int TabStrip::TabRowHeight() const {
     return count() > 0 ? tabRect(0).height() : tabSizeHint(-1).height();
 }
 
-int TabStrip::ClientLeft() const { return Left(this) + kFramePixels * kTwipsPerPixel; }
+int TabStrip::ClientLeft() const {
+    return Left(this) + kFramePixels * kTwipsPerPixel;
+}
 
-int TabStrip::ClientTop() const { return Top(this) + (TabRowHeight() + kFramePixels) * kTwipsPerPixel; }
+int TabStrip::ClientTop() const {
+    return Top(this) + (TabRowHeight() + kFramePixels) * kTwipsPerPixel;
+}
 
-int TabStrip::ClientWidth() const { return Width(this) - 2 * kFramePixels * kTwipsPerPixel; }
+int TabStrip::ClientWidth() const {
+    return Width(this) - 2 * kFramePixels * kTwipsPerPixel;
+}
 
 int TabStrip::ClientHeight() const {
     return Height(this) - (TabRowHeight() + 2 * kFramePixels) * kTwipsPerPixel;

@@ -14,9 +14,8 @@ class EditorRecordActionsTest : public QObject {
     // Writes `records` to a new file and opens it with the Open button.
     QString OpenRecords(ModalAnswerer& answerer, const std::vector<Record>& records) {
         const QString path = dir.filePath(QStringLiteral("records-%1.txt").arg(++fileNumber));
-        if (!WriteBytes(path, FileBytes(records)))
-            qWarning("cannot write %s", qPrintable(path));
-        answerer.chooseFile(path);
+        if (!WriteBytes(path, FileBytes(records))) qWarning("cannot write %s", qPrintable(path));
+        ChooseFile(answerer, path);
         Click(editor, "cmdOpen");
         return path;
     }
@@ -200,10 +199,14 @@ private slots:
         QTest::addColumn<QString>("typed");
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("record");
-        QTest::newRow("not a number") << "x" << "1" << 1;
-        QTest::newRow("below one") << "0" << "1" << 1;
-        QTest::newRow("above the count") << "9" << "3" << 3;
-        QTest::newRow("in range") << "2" << "2" << 2;
+        QTest::newRow("not a number") << "x"
+                                      << "1" << 1;
+        QTest::newRow("below one") << "0"
+                                   << "1" << 1;
+        QTest::newRow("above the count") << "9"
+                                         << "3" << 3;
+        QTest::newRow("in range") << "2"
+                                  << "2" << 2;
     }
     void goToRecordCorrectsTypedTextOnKeyRelease() {
         QFETCH(QString, typed);
@@ -236,8 +239,9 @@ private slots:
         QCOMPARE(editor->table.records[100][1], std::string(" padded ")); // untrimmed in the table
         QVERIFY(editor->table.FileLoaded && editor->table.RecordsChanged && !editor->table.FileChanged);
         QVERIFY(editor->table.RecordEdited); // cleared only by leaving the record or committing
-        for (const char* name : {"cmdWriteTextToFile", "cmdNew", "cmdOpen", "cmdCloseFile", "cmdCommitRecord",
-                                 "cmdDeleteRecord", "cmdFirst", "Command2", "Command3", "Command4", "cboGoToRecord"})
+        for (const char* name :
+             {"cmdWriteTextToFile", "cmdNew", "cmdOpen", "cmdCloseFile", "cmdCommitRecord", "cmdDeleteRecord",
+              "cmdFirst", "Command2", "Command3", "Command4", "cboGoToRecord"})
             QVERIFY2(Enabled(editor, name), name);
         QVERIFY(!Enabled(editor, "cmdCancelAdd"));
         QVERIFY(answerer.boxes.isEmpty());
@@ -321,9 +325,10 @@ private slots:
             QCOMPARE(BoxText(editor, field), QString());
         QCOMPARE(GoToBox(editor)->count(), 100);
         QVERIFY(editor->table.AddingRecord && editor->table.AddingRecordCompanion);
-        QCOMPARE(QApplication::focusWidget(), Box(editor, 0));
-        for (const char* name : {"cmdNew", "cmdOpen", "cmdCloseFile", "cmdCommitRecord", "cmdDeleteRecord", "cmdFirst",
-                                 "Command2", "Command3", "Command4", "cboGoToRecord", "cmdWriteTextToFile"})
+        QCOMPARE(editor->focusWidget(), Box(editor, 0));
+        for (const char* name :
+             {"cmdNew", "cmdOpen", "cmdCloseFile", "cmdCommitRecord", "cmdDeleteRecord", "cmdFirst",
+              "Command2", "Command3", "Command4", "cboGoToRecord", "cmdWriteTextToFile"})
             QVERIFY2(!Enabled(editor, name), name);
         QVERIFY(Enabled(editor, "cmdCancelAdd"));
 

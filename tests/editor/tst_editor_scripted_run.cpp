@@ -16,21 +16,23 @@ class EditorScriptedRunTest : public QObject {
     // Types the fields of `record` that are not empty, each into its box.
     void TypeRecord(const Record& record) {
         for (int field = 0; field < 111; ++field)
-            if (!record[field].empty())
-                Type(editor, field, vb::ToQString(record[field]));
+            if (!record[field].empty()) Type(editor, field, vb::ToQString(record[field]));
     }
 
-    // New, then the records typed one by one (Add, type, Update), then Commit into `path`.
+    // New, then the records typed one by one (Add, type, Update), then Commit into `path`. Update leaves
+    // the typed keys noted, so each Add first asks about the record, and Yes stores it once more.
     void CreateFile(ModalAnswerer& answerer, const QString& path, const std::vector<Record>& records) {
         Click(editor, "cmdNew");
         for (std::size_t index = 0; index < records.size(); ++index) {
-            if (index > 0)
+            if (index > 0) {
+                answerer.pressInBox(QMessageBox::Yes);
                 Click(editor, "cmdWriteTextToFile");
+            }
             TypeRecord(records[index]);
             Click(editor, "cmdUpdaterecord");
         }
         answerer.pressInBox(QMessageBox::Yes);
-        answerer.chooseFile(path);
+        ChooseFile(answerer, path);
         Click(editor, "cmdCommitRecord");
     }
 
@@ -52,7 +54,7 @@ private slots:
         Type(editor, 8, "INV-1");
         QVERIFY(editor->table.RecordEdited);
         answerer.pressInBox(QMessageBox::Yes);
-        answerer.chooseFile(dir.filePath("session"));
+        ChooseFile(answerer, dir.filePath("session"));
         Click(editor, "cmdCommitRecord");
         QCOMPARE(answerer.boxes.size(), 1);
         QVERIFY(BoxIs(answerer.boxes[0], kPathNeededTitle, kPathNeeded, QMessageBox::NoIcon, kYesNo));
@@ -128,7 +130,7 @@ private slots:
         QVERIFY(editor->table.FilePathName.empty());
 
         // Open it again, delete, and leave with Back to Main Menu: Close File offers the deletion.
-        answerer.chooseFile(path);
+        ChooseFile(answerer, path);
         Click(editor, "cmdOpen");
         QCOMPARE(editor->table.RecordCount, short(2));
         answerer.pressInBox(QMessageBox::Yes);
@@ -151,6 +153,10 @@ private slots:
         records[1][7] = "memo text";
         records[2][5] = "123456789";
         CreateFile(answerer, path, records);
+        QCOMPARE(answerer.boxes.size(), 3);
+        QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        QVERIFY(BoxIs(answerer.boxes[1], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        QVERIFY(BoxIs(answerer.boxes[2], kPathNeededTitle, kPathNeeded, QMessageBox::NoIcon, kYesNo));
         const QByteArray bytes = ReadBytes(path);
         QCOMPARE(bytes, FileBytes(records));
         QVERIFY(bytes.endsWith("\r\n\r\n"));
@@ -179,7 +185,7 @@ private slots:
 
         // Read back through the window: record 2 is the former record 3.
         Click(editor, "cmdCloseFile");
-        answerer.chooseFile(path);
+        ChooseFile(answerer, path);
         Click(editor, "cmdOpen");
         QCOMPARE(editor->table.RecordCount, short(2));
         Click(editor, "Command3");
@@ -203,8 +209,10 @@ private slots:
         const QString path = dir.filePath("hundred.txt");
         Click(editor, "cmdNew");
         for (int index = 0; index < 100; ++index) {
-            if (index > 0)
+            if (index > 0) {
+                answerer.pressInBox(QMessageBox::Yes);
                 Click(editor, "cmdWriteTextToFile");
+            }
             Type(editor, 0, vb::ToQString(records[index][0]));
             Type(editor, 8, vb::ToQString(records[index][8]));
             const int numbered = 12 + ((index + 1) % 99);
@@ -213,7 +221,7 @@ private slots:
         }
         QCOMPARE(editor->table.RecordCount, short(100));
         answerer.pressInBox(QMessageBox::Yes);
-        answerer.chooseFile(path);
+        ChooseFile(answerer, path);
         Click(editor, "cmdCommitRecord");
         const QByteArray bytes = ReadBytes(path);
         QCOMPARE(bytes, FileBytes(records));
@@ -226,12 +234,11 @@ private slots:
         QCOMPARE(answerer.boxes.last().title, QString("Cannot Add Record"));
 
         Click(editor, "cmdCloseFile");
-        answerer.chooseFile(path);
+        ChooseFile(answerer, path);
         Click(editor, "cmdOpen");
         QCOMPARE(editor->table.RecordCount, short(100));
         for (int index = 0; index < 100; ++index) {
-            if (index > 0)
-                Click(editor, "Command3");
+            if (index > 0) Click(editor, "Command3");
             QCOMPARE(editor->table.CurrentRecord, short(index + 1));
             for (int field = 0; field < 111; ++field)
                 QCOMPARE(vb::FromQString(BoxText(editor, field)), records[index][field]);

@@ -12,6 +12,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QFile>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
@@ -53,8 +54,7 @@ inline QByteArray FileBytes(const std::vector<Record>& records) {
 
 inline QByteArray ReadBytes(const QString& path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return QByteArray("<missing>");
+    if (!file.open(QIODevice::ReadOnly)) return QByteArray("<missing>");
     return file.readAll();
 }
 
@@ -78,8 +78,7 @@ inline std::vector<Record> NumberedRecords(int count) {
 inline frmKorvaniUploadUtility* FindEditor() {
     for (QWidget* window : QApplication::topLevelWidgets()) {
         auto* editor = qobject_cast<frmKorvaniUploadUtility*>(window);
-        if (editor && window->objectName() == "frmKorvaniUploadUtility" && !editor->Unloaded())
-            return editor;
+        if (editor && window->objectName() == "frmKorvaniUploadUtility" && !editor->Unloaded()) return editor;
     }
     return nullptr;
 }
@@ -99,8 +98,7 @@ inline frmKorvaniUploadUtility* OpenFreshEditor() {
     UnloadEditor();
     ShowRecordEditor();
     frmKorvaniUploadUtility* editor = FindEditor();
-    if (editor && !QTest::qWaitForWindowActive(editor))
-        qWarning("the editor did not become active");
+    if (editor && !QTest::qWaitForWindowActive(editor)) qWarning("the editor did not become active");
     return editor;
 }
 
@@ -110,10 +108,8 @@ inline QWidget* Box(QWidget* editor, int field) {
 
 inline QString BoxText(QWidget* editor, int field) {
     QWidget* box = Box(editor, field);
-    if (auto* line = qobject_cast<QLineEdit*>(box))
-        return line->text();
-    if (auto* memo = qobject_cast<QPlainTextEdit*>(box))
-        return memo->toPlainText();
+    if (auto* line = qobject_cast<QLineEdit*>(box)) return line->text();
+    if (auto* memo = qobject_cast<QPlainTextEdit*>(box)) return memo->toPlainText();
     return "<no box>";
 }
 
@@ -121,26 +117,55 @@ template <typename T = QAbstractButton> T* Control(QWidget* editor, const QStrin
     return editor->findChild<T*>(name);
 }
 
+// The next file dialog is answered with `path`. QFileDialog::selectFile leaves the name box alone while it
+// has the focus, so the name is also put into that box before the dialog is accepted.
+inline void ChooseFile(ModalAnswerer& answerer, const QString& path) {
+    answerer.handle([&answerer, path](QWidget* widget) {
+        auto* dialog = qobject_cast<QFileDialog*>(widget);
+        if (!dialog) {
+            answerer.unexpected << widget->windowTitle();
+            widget->close();
+            return;
+        }
+        answerer.fileDialogs << dialog->windowTitle();
+        dialog->selectFile(path);
+        if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->setText(path);
+        static_cast<QDialog*>(dialog)->accept();
+    });
+}
+
 // The page that holds a numbered field (fields 12 and up), or -1 for a fixed field.
-inline int PageOf(int field) { return field < 12 ? -1 : (field - 12) / 23; }
+inline int PageOf(int field) {
+    return field < 12 ? -1 : (field - 12) / 23;
+}
 
 // Shows the page of `field` by clicking its tab, as a user would before typing there.
 inline void ShowPageOf(QWidget* editor, int field) {
     const int page = PageOf(field);
-    if (page < 0)
-        return;
+    if (page < 0) return;
     auto* strip = Control<QTabBar>(editor, "TabStrip1");
     if (strip->currentIndex() != page)
         QTest::mouseClick(strip, Qt::LeftButton, Qt::NoModifier, strip->tabRect(page).center());
+}
+
+// Key clicks for each character; 8-bit characters (which QTest::keyClicks refuses) are sent with their
+// key code and text, as a keyboard layout that has them would send them.
+inline void KeyClicks(QWidget* widget, const QString& text) {
+    for (QChar character : text) {
+        if (character.unicode() < 0x80)
+            QTest::keyClick(widget, char(character.unicode()));
+        else
+            QTest::sendKeyEvent(QTest::Click, widget, Qt::Key(character.toUpper().unicode()),
+                                QString(character), Qt::NoModifier);
+    }
 }
 
 // Types `text` into a field's box at its end, with real key events.
 inline void Type(QWidget* editor, int field, const QString& text) {
     ShowPageOf(editor, field);
     QWidget* box = Box(editor, field);
-    if (auto* line = qobject_cast<QLineEdit*>(box))
-        line->end(false);
-    QTest::keyClicks(box, text);
+    if (auto* line = qobject_cast<QLineEdit*>(box)) line->end(false);
+    KeyClicks(box, text);
 }
 
 // Replaces a field's text by typing `text` over the selected old text.
@@ -151,7 +176,7 @@ inline void Retype(QWidget* editor, int field, const QString& text) {
         line->selectAll();
     else if (auto* memo = qobject_cast<QPlainTextEdit*>(box))
         memo->selectAll();
-    QTest::keyClicks(box, text);
+    KeyClicks(box, text);
 }
 
 // Clicks a visible button with the mouse; a hidden one with click(), as code would run it.
@@ -172,16 +197,20 @@ inline bool Enabled(QWidget* editor, const char* name) {
     return widget && widget->isEnabled();
 }
 
-inline QString LabelText(QWidget* editor, const char* name) { return Control<QLabel>(editor, name)->text(); }
+inline QString LabelText(QWidget* editor, const char* name) {
+    return Control<QLabel>(editor, name)->text();
+}
 
-inline QComboBox* GoToBox(QWidget* editor) { return Control<QComboBox>(editor, "cboGoToRecord"); }
+inline QComboBox* GoToBox(QWidget* editor) {
+    return Control<QComboBox>(editor, "cboGoToRecord");
+}
 
 // The expected description of a box: title, text, icon and buttons.
 inline bool BoxIs(const SeenBox& seen, const QString& title, const QString& text, QMessageBox::Icon icon,
                   QMessageBox::StandardButtons buttons) {
-    const bool same = seen.title == title && seen.text == text && seen.icon == icon && seen.buttons == buttons;
-    if (!same)
-        qWarning() << "box seen:" << seen.title << seen.text << seen.icon << seen.buttons;
+    const bool same =
+        seen.title == title && seen.text == text && seen.icon == icon && seen.buttons == buttons;
+    if (!same) qWarning() << "box seen:" << seen.title << seen.text << seen.icon << seen.buttons;
     return same;
 }
 
@@ -196,10 +225,12 @@ inline const QString kSaveBeforeOpen =
     "You have made changes to this file. Do you want to save them before opening another file?";
 inline const QString kSaveToFile = "You have made changes to this file. Do you want to save them to file?";
 inline const QString kRecordChangeTitle = "Record Change Detected";
-inline const QString kRecordChange = "You have made changes to this record. Do you wish to save these changes?";
+inline const QString kRecordChange =
+    "You have made changes to this record. Do you wish to save these changes?";
 inline const QString kMaximum = "Maximum number of records is 100.";
 inline const QString kPathNeededTitle = "File Path/Name needed";
-inline const QString kPathNeeded = "You must create a file path and file name before continuing.\r\n\r\nDo that now?";
+inline const QString kPathNeeded =
+    "You must create a file path and file name before continuing.\r\n\r\nDo that now?";
 inline const QString kNotExistTitle = "File Does Not Currently Exist";
 inline const QString kNotExist = "This file does not exist.\r\n\r\nCreate this file?";
 inline const QString kCreatedTitle = "File Created Successfully";
@@ -208,7 +239,8 @@ inline const QString kNoRecordsTitle = "No Records";
 inline const QString kNoRecordsTail = " currently has no records to display";
 inline const QString kNameNotEnteredTitle = "File Name not entered";
 inline const QString kUpdateCanceledTitle = "Update Will Be Canceled";
-inline const QString kUpdateCanceled = "The 'Name' and 'Info 1' fields must contain data to update the record.";
+inline const QString kUpdateCanceled =
+    "The 'Name' and 'Info 1' fields must contain data to update the record.";
 inline const QString kDeleteTitle = "Delete Current Record";
 inline const QString kDelete = "You are about to delete the current record. Continue?";
 inline const QString kApplicationTitle = "Velmora LT Uploader/Downloader Tool";

@@ -21,7 +21,7 @@ class EditorWindowTest : public QObject {
 
     // Opens `path` with the Open button, answering the file dialog.
     void OpenWithDialog(ModalAnswerer& answerer, const QString& path) {
-        answerer.chooseFile(path);
+        ChooseFile(answerer, path);
         Click(editor, "cmdOpen");
     }
 
@@ -44,23 +44,40 @@ private slots:
     void buttonsHaveTheirCaptions_data() {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("caption");
-        QTest::newRow("cmdNew") << "cmdNew" << "&New  File";
-        QTest::newRow("cmdOpen") << "cmdOpen" << "&Open  File";
-        QTest::newRow("cmdCloseFile") << "cmdCloseFile" << "Clo&se File";
-        QTest::newRow("cmdCommitRecord") << "cmdCommitRecord" << "&Commit Changes To File";
-        QTest::newRow("cmdWriteTextToFile") << "cmdWriteTextToFile" << "&Add Record";
-        QTest::newRow("cmdUpdaterecord") << "cmdUpdaterecord" << "&Update Record";
-        QTest::newRow("cmdDeleteRecord") << "cmdDeleteRecord" << "&Delete Record";
-        QTest::newRow("cmdCancelAdd") << "cmdCancelAdd" << "Cancel Add &Record";
-        QTest::newRow("cmdFirst") << "cmdFirst" << "     <--         &First   ";
-        QTest::newRow("Command2") << "Command2" << "< &Previous";
-        QTest::newRow("Command3") << "Command3" << "       >          N&ext    ";
-        QTest::newRow("Command4") << "Command4" << "      -->      &Last";
-        QTest::newRow("cmdExit") << "cmdExit" << "&Back to Main Menu";
-        QTest::newRow("Command1") << "Command1" << "&Set Save File Path";
-        QTest::newRow("Command5") << "Command5" << "Command5";
-        QTest::newRow("Command6") << "Command6" << "LoadNums";
-        QTest::newRow("Command7") << "Command7" << "Command7";
+        QTest::newRow("cmdNew") << "cmdNew"
+                                << "&New  File";
+        QTest::newRow("cmdOpen") << "cmdOpen"
+                                 << "&Open  File";
+        QTest::newRow("cmdCloseFile") << "cmdCloseFile"
+                                      << "Clo&se File";
+        QTest::newRow("cmdCommitRecord") << "cmdCommitRecord"
+                                         << "&Commit Changes To File";
+        QTest::newRow("cmdWriteTextToFile") << "cmdWriteTextToFile"
+                                            << "&Add Record";
+        QTest::newRow("cmdUpdaterecord") << "cmdUpdaterecord"
+                                         << "&Update Record";
+        QTest::newRow("cmdDeleteRecord") << "cmdDeleteRecord"
+                                         << "&Delete Record";
+        QTest::newRow("cmdCancelAdd") << "cmdCancelAdd"
+                                      << "Cancel Add &Record";
+        QTest::newRow("cmdFirst") << "cmdFirst"
+                                  << "     <--         &First   ";
+        QTest::newRow("Command2") << "Command2"
+                                  << "< &Previous";
+        QTest::newRow("Command3") << "Command3"
+                                  << "       >          N&ext    ";
+        QTest::newRow("Command4") << "Command4"
+                                  << "      -->      &Last";
+        QTest::newRow("cmdExit") << "cmdExit"
+                                 << "&Back to Main Menu";
+        QTest::newRow("Command1") << "Command1"
+                                  << "&Set Save File Path";
+        QTest::newRow("Command5") << "Command5"
+                                  << "Command5";
+        QTest::newRow("Command6") << "Command6"
+                                  << "LoadNums";
+        QTest::newRow("Command7") << "Command7"
+                                  << "Command7";
     }
     void buttonsHaveTheirCaptions() {
         QFETCH(QString, name);
@@ -102,8 +119,8 @@ private slots:
     }
 
     void fixedFieldCaptionsAndLimits() {
-        const QStringList captions = {"Name",   "Address1", "Address2", "City",   "State",  "ZIP+4",
-                                      "Note",   "Memo",     "Info 1",   "Info 2", "Info 3", "Info 4"};
+        const QStringList captions = {"Name", "Address1", "Address2", "City",   "State",  "ZIP+4",
+                                      "Note", "Memo",     "Info 1",   "Info 2", "Info 3", "Info 4"};
         const std::array<int, 12> limits = {33, 33, 33, 33, 2, 9, 30, 200, 32, 32, 32, 30};
         for (int field = 0; field < 12; ++field) {
             auto* caption = Control<QLabel>(editor, QStringLiteral("lblAI(%1)").arg(field));
@@ -114,7 +131,8 @@ private slots:
             QCOMPARE(box->property("maxLength").toInt(), limits[field]);
         }
         QVERIFY(qobject_cast<QPlainTextEdit*>(Box(editor, 7)));
-        QCOMPARE(qobject_cast<QPlainTextEdit*>(Box(editor, 7))->verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+        QCOMPARE(qobject_cast<QPlainTextEdit*>(Box(editor, 7))->verticalScrollBarPolicy(),
+                 Qt::ScrollBarAlwaysOn);
     }
 
     void numberedFieldsOnTheirPages() {
@@ -156,17 +174,20 @@ private slots:
     }
 
     void stateAfterLoad() {
-        for (const char* name : {"cmdWriteTextToFile", "cmdCancelAdd", "cmdFirst", "Command2", "Command3", "Command4",
-                                 "cmdCommitRecord", "cmdDeleteRecord", "cmdUpdaterecord", "Label1"})
+        for (const char* name :
+             {"cmdWriteTextToFile", "cmdCancelAdd", "cmdFirst", "Command2", "Command3", "Command4",
+              "cmdCommitRecord", "cmdDeleteRecord", "cmdUpdaterecord", "Label1"})
             QVERIFY2(!Enabled(editor, name), name);
-        for (const char* name : {"cmdNew", "cmdOpen", "cmdCloseFile", "cmdExit", "Frame1", "cboGoToRecord", "TabStrip1"})
+        for (const char* name :
+             {"cmdNew", "cmdOpen", "cmdCloseFile", "cmdExit", "Frame1", "cboGoToRecord", "TabStrip1"})
             QVERIFY2(Enabled(editor, name), name);
         for (int field = 0; field < 111; ++field)
             QVERIFY(!Box(editor, field)->isEnabled());
         const editor::RecordTable& table = editor->table;
-        QVERIFY(!table.RecordEdited && !table.FileChangedByDelete && !table.FileChanged && !table.AddingRecord &&
-                !table.AddingRecordCompanion && !table.RecordsChanged && !table.DialogCancelled &&
-                !table.AppendEndMarker && !table.UpdateCancelled && !table.FileLoaded);
+        QVERIFY(!table.RecordEdited && !table.FileChangedByDelete && !table.FileChanged &&
+                !table.AddingRecord && !table.AddingRecordCompanion && !table.RecordsChanged &&
+                !table.DialogCancelled && !table.AppendEndMarker && !table.UpdateCancelled &&
+                !table.FileLoaded);
         QCOMPARE(table.RecordCount, short(0));
         QCOMPARE(editor->CurrentPage, short(0));
         QCOMPARE(editor->PageStart, short(1));
@@ -368,7 +389,8 @@ private slots:
         QVERIFY(answerer.waitUntilAnswered());
         QCOMPARE(answerer.boxes.size(), 10);
         for (int n = 0; n < 10; ++n)
-            QVERIFY(BoxIs(answerer.boxes[n], kApplicationTitle, QString("line %1").arg(n + 1), QMessageBox::NoIcon, kOk));
+            QVERIFY(BoxIs(answerer.boxes[n], kApplicationTitle, QString("line %1").arg(n + 1),
+                          QMessageBox::NoIcon, kOk));
         QCOMPARE(QString::fromStdString(editor->table.FilePathName), path);
         QVERIFY(answerer.unexpected.isEmpty());
     }
@@ -391,8 +413,8 @@ private slots:
 
         // EnableNavigation makes the record actions usable.
         editor->EnableNavigation();
-        for (const char* name : {"cmdFirst", "Command2", "Command3", "Command4", "cmdDeleteRecord", "cmdWriteTextToFile",
-                                 "cboGoToRecord", "Label1"})
+        for (const char* name : {"cmdFirst", "Command2", "Command3", "Command4", "cmdDeleteRecord",
+                                 "cmdWriteTextToFile", "cboGoToRecord", "Label1"})
             QVERIFY2(Enabled(editor, name), name);
         QVERIFY(!Enabled(editor, "cmdCancelAdd"));
     }
@@ -402,8 +424,7 @@ private slots:
         ShowRecordEditor();
         int editors = 0;
         for (QWidget* window : QApplication::topLevelWidgets())
-            if (window->objectName() == "frmKorvaniUploadUtility" && window->isVisible())
-                ++editors;
+            if (window->objectName() == "frmKorvaniUploadUtility" && window->isVisible()) ++editors;
         QCOMPARE(editors, 1);
         QCOMPARE(FindEditor(), editor);
         QVERIFY(!editor->parentWidget());
