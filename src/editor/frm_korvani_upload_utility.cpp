@@ -78,7 +78,12 @@ void frmKorvaniUploadUtility::ConnectHandlers() {
     OnClick(Command6, &frmKorvaniUploadUtility::Command6_Click);
     OnClick(Command7, &frmKorvaniUploadUtility::Command7_Click);
 
+    // A click on a tab is the strip's click event, whether or not it changes the selected tab; so is a
+    // change of the selected tab from the keyboard.
     connect(TabStrip1, &QTabBar::currentChanged, this, [this] { Handle([this] { TabStrip1_Click(); }); });
+    connect(TabStrip1, &QTabBar::tabBarClicked, this, [this](int index) {
+        if (index >= 0 && index == TabStrip1->currentIndex()) Handle([this] { TabStrip1_Click(); });
+    });
 
     // Choosing an item of the Go To Record list (with the mouse or the arrow keys) is its selection
     // event. Finishing an edit of the typed text is not: the key release rule handles typed numbers.
