@@ -69,15 +69,25 @@ QLabel* RequiredMark(QWidget* parent, const char* name) {
     return label;
 }
 
+// The entry boxes hold plain single-byte text, laid out without complex shaping: showing a record refills
+// all 111 of them, and shaping is most of that cost.
+void UsePlainTextLayout(QWidget* box) {
+    QFont font = box->font();
+    font.setStyleStrategy(QFont::PreferNoShaping);
+    box->setFont(font);
+}
+
 QWidget* EntryBox(QWidget* parent, int field) {
     const QString name = IndexedName("txtAI", field);
     if (field == kMemoField) {
         auto* memo = Make<MemoBox>(parent, name);
         memo->setMaxLength(FieldMaxLength(field));
+        UsePlainTextLayout(memo);
         return memo;
     }
     auto* box = Make<QLineEdit>(parent, name);
     box->setMaxLength(FieldMaxLength(field));
+    UsePlainTextLayout(box);
     return box;
 }
 
