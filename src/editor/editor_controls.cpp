@@ -96,6 +96,11 @@ QWidget* EntryBox(QWidget* parent, int field) {
 void frmKorvaniUploadUtility::BuildControls() {
     setObjectName("frmKorvaniUploadUtility");
     setWindowTitle("Lumacor Velmora LT Uploader");
+    // The design font of the program's windows; the controls made below inherit it.
+    QFont designFont("MS Sans Serif");
+    designFont.setStyleHint(QFont::SansSerif);
+    designFont.setPointSizeF(8.25);
+    setFont(designFont);
     setFixedSize(TwipsToPixels(kFormWidth), TwipsToPixels(kFormHeight));
 
     // File actions along the top.
@@ -157,7 +162,7 @@ void frmKorvaniUploadUtility::BuildControls() {
 
     // The record navigation group.
     Frame1 = Make<QGroupBox>(this, "Frame1");
-    Place(Frame1, 120, 6900, 4755, 2220);
+    Place(Frame1, 120, 6900, 4755, 1905);
     Label1 = Label(Frame1, "Label1", "Go To Record");
     Place(Label1, 120, 300, 1215, 255);
     Label1->setEnabled(false);
@@ -179,15 +184,15 @@ void frmKorvaniUploadUtility::BuildControls() {
     // The record actions under the pages.
     cmdWriteTextToFile =
         PictureButton(this, "cmdWriteTextToFile", "&Add Record", "list-add", QStyle::SP_FileDialogNewFolder);
-    Place(cmdWriteTextToFile, 5160, 8925, 1590, 495);
+    Place(cmdWriteTextToFile, 5160, 8925, 1455, 495);
     cmdUpdaterecord = Button(this, "cmdUpdaterecord", "&Update Record");
-    Place(cmdUpdaterecord, 6830, 8925, 1590, 495);
+    Place(cmdUpdaterecord, 6675, 8925, 1455, 495);
     cmdDeleteRecord =
         PictureButton(this, "cmdDeleteRecord", "&Delete Record", "edit-delete", QStyle::SP_TrashIcon);
-    Place(cmdDeleteRecord, 8500, 8925, 1590, 495);
+    Place(cmdDeleteRecord, 8190, 8925, 1560, 495);
     cmdCancelAdd =
         PictureButton(this, "cmdCancelAdd", "Cancel Add &Record", "edit-undo", QStyle::SP_DialogCancelButton);
-    Place(cmdCancelAdd, 10170, 8925, 1590, 495);
+    Place(cmdCancelAdd, 9810, 8925, 1950, 495);
     for (QPushButton* disabled : {cmdWriteTextToFile, cmdDeleteRecord, cmdCancelAdd})
         disabled->setEnabled(false);
 

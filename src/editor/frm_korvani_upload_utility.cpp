@@ -169,8 +169,9 @@ void frmKorvaniUploadUtility::Form_Load() {
 
     // 9. Each page lies borderless over the strip's client area, hidden.
     for (QGroupBox* page : fra) {
+        // Without its border a page shows neither frame nor caption; the tab names the page.
         page->setFlat(true);
-        page->setStyleSheet("QGroupBox { border: none; }");
+        page->setStyleSheet("QGroupBox { border: none; } QGroupBox::title { color: transparent; }");
         Move(page, TabStrip1->ClientLeft(), TabStrip1->ClientTop());
         page->hide();
     }
