@@ -16,6 +16,8 @@
 //   editor_go_to_record.cpp         the Go To Record combo box
 //   editor_test_aids.cpp            the hidden test buttons and the aatext.txt file they use
 //   show_record_editor.cpp          the single editor instance the console opens
+//   memo_box, tab_strip             the Memo box and the tab strip of the field pages
+//   editor_layout                   positions in twips; editor_messages.h, the boxes' texts
 #pragma once
 
 #include "editor/record_file.h"
