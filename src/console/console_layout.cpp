@@ -16,7 +16,7 @@ namespace {
 
 enum class Heading { None, Plain, Centred, CentredTwoLines };
 
-struct LabelSpec {
+struct LabelRow {
     QLabel* frmQuillmaxSerial::*member;
     const char* name;
     const char* caption;
@@ -25,7 +25,7 @@ struct LabelSpec {
     bool visible;
 };
 
-struct ButtonSpec {
+struct ButtonRow {
     QPushButton* frmQuillmaxSerial::*member;
     const char* name;
     const char* caption;
@@ -34,7 +34,7 @@ struct ButtonSpec {
     bool visible;
 };
 
-constexpr LabelSpec kLabels[] = {
+constexpr LabelRow kLabels[] = {
     {&frmQuillmaxSerial::Label3, "Label3", "System Functions", 360, 120, 1935, 255, Heading::Plain, true},
     {&frmQuillmaxSerial::Label4, "Label4", "Upload to Velmora LT from PC", 3200, 120, 2415, 615,
      Heading::CentredTwoLines, true},
@@ -47,7 +47,7 @@ constexpr LabelSpec kLabels[] = {
     {&frmQuillmaxSerial::Label1, "Label1", "Baud Rate:", 2520, 4440, 855, 255, Heading::None, true},
 };
 
-constexpr ButtonSpec kButtons[] = {
+constexpr ButtonRow kButtons[] = {
     {&frmQuillmaxSerial::cmdCustomerName, "cmdCustomerName", "Set &Company Name", 120, 720, 2295, 375, false,
      true},
     {&frmQuillmaxSerial::cmdTitle, "cmdTitle", "Set &Menu Title", 120, 1200, 2295, 375, false, true},
@@ -91,20 +91,20 @@ void frmQuillmaxSerial::CreateControls() {
     setFont(DesignFont(8.25, false));
     setFixedSize(vb::Twips(8910), vb::Twips(4215));
 
-    for (const LabelSpec& spec : kLabels) {
-        auto* label = new QLabel(spec.caption, this);
-        label->setObjectName(spec.name);
-        label->setGeometry(vb::TwipsRect(spec.left, spec.top, spec.width, spec.height));
-        label->setVisible(spec.visible);
-        label->setWordWrap(spec.heading == Heading::CentredTwoLines || spec.height > 300);
+    for (const LabelRow& row : kLabels) {
+        auto* label = new QLabel(row.caption, this);
+        label->setObjectName(row.name);
+        label->setGeometry(vb::TwipsRect(row.left, row.top, row.width, row.height));
+        label->setVisible(row.visible);
+        label->setWordWrap(row.heading == Heading::CentredTwoLines || row.height > 300);
         label->setAlignment(Qt::AlignTop | Qt::AlignLeft);
-        if (spec.heading != Heading::None) {
+        if (row.heading != Heading::None) {
             label->setFont(DesignFont(9.75, true));
             vb::SetForeColor(label, vb::kDarkBlue);
         }
-        if (spec.heading == Heading::Centred || spec.heading == Heading::CentredTwoLines)
+        if (row.heading == Heading::Centred || row.heading == Heading::CentredTwoLines)
             label->setAlignment(Qt::AlignTop | Qt::AlignHCenter);
-        this->*spec.member = label;
+        this->*row.member = label;
     }
     vb::SetForeColor(Label6, vb::vbBlue);
 
@@ -115,14 +115,14 @@ void frmQuillmaxSerial::CreateControls() {
     lblConnected->setAlignment(Qt::AlignCenter);
     lblConnected->setFont(DesignFont(18, true));
 
-    for (const ButtonSpec& spec : kButtons) {
-        auto* button = new QPushButton(spec.caption, this);
-        button->setObjectName(spec.name);
-        button->setGeometry(vb::TwipsRect(spec.left, spec.top, spec.width, spec.height));
-        button->setEnabled(spec.enabled);
-        button->setVisible(spec.visible);
+    for (const ButtonRow& row : kButtons) {
+        auto* button = new QPushButton(row.caption, this);
+        button->setObjectName(row.name);
+        button->setGeometry(vb::TwipsRect(row.left, row.top, row.width, row.height));
+        button->setEnabled(row.enabled);
+        button->setVisible(row.visible);
         button->setAutoDefault(false);
-        this->*spec.member = button;
+        this->*row.member = button;
     }
 
     ProgressBar1 = new QProgressBar(this);

@@ -8,6 +8,7 @@
 #include "tablet.h"
 
 #include <QLabel>
+#include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
 

@@ -284,5 +284,5 @@ void ConsoleWindowTest::closingTheConsoleEndsTheProgram() {
     QVERIFY(!other.isVisible());
 }
 
-QTEST_MAIN(ConsoleWindowTest)
+VELMORA_PROGRAM_TEST_MAIN(ConsoleWindowTest)
 #include "tst_console_window.moc"

@@ -25,7 +25,7 @@ namespace {
 
 const std::string kEnq = "\x05";
 
-const char* const kDeviceButtons[] = {"cmdCustomerName", "cmdTitle", "cmdDateTime", "cmdPassword",
+const char* const kDeviceButtons[] = {"cmdCustomerName", "cmdTitle",      "cmdDateTime", "cmdPassword",
                                       "cmdReset",        "cmdUploadData", "cmdDownload"};
 
 // What the connection light showed each time it was painted.
@@ -36,7 +36,9 @@ struct LightWatcher : QObject {
         bool resetEnabled;
         Qt::CursorShape cursor;
     };
-    LightWatcher(frmQuillmaxSerial* console) : console(console) { console->lblConnected->installEventFilter(this); }
+    LightWatcher(frmQuillmaxSerial* console) : console(console) {
+        console->lblConnected->installEventFilter(this);
+    }
     bool eventFilter(QObject*, QEvent* event) override {
         if (event->type() == QEvent::Paint)
             frames.push_back({console->lblConnected->text(), console->lblConnected->property("BackColor"),
@@ -46,8 +48,7 @@ struct LightWatcher : QObject {
     QStringList captions() const {
         QStringList list;
         for (const Frame& frame : frames)
-            if (list.isEmpty() || list.last() != frame.caption)
-                list << frame.caption;
+            if (list.isEmpty() || list.last() != frame.caption) list << frame.caption;
         return list;
     }
     frmQuillmaxSerial* console;
@@ -87,7 +88,9 @@ private:
     }
 };
 
-void DeviceSearchTest::initTestCase() { qputenv("VELMORA_TICK_MS", "2"); }
+void DeviceSearchTest::initTestCase() {
+    qputenv("VELMORA_TICK_MS", "2");
+}
 
 void DeviceSearchTest::init() {
     ports = std::make_unique<PortsFolder>();
@@ -97,13 +100,14 @@ void DeviceSearchTest::init() {
 }
 
 void DeviceSearchTest::cleanup() {
-    if (console)
-        console->MSComm1.setPortOpen(false);
+    if (console) console->MSComm1.setPortOpen(false);
     tablets.clear();
     ports.reset();
 }
 
-void DeviceSearchTest::search() { QTest::mouseClick(console->cmdSearch, Qt::LeftButton); }
+void DeviceSearchTest::search() {
+    QTest::mouseClick(console->cmdSearch, Qt::LeftButton);
+}
 
 void DeviceSearchTest::tabletOnPort3BehindTwoMissingPorts() {
     sim::Tablet& tablet = add(3);
@@ -209,6 +213,7 @@ void DeviceSearchTest::searchPressedAgainRestartsFromPort1() {
     search();
     QCOMPARE(intComPort, short(3));
     QVERIFY(console->MSComm1.PortOpen());
+    QTest::qWait(50); // the first search's last repaint is done before watching
     LightWatcher light(console);
     search();
     QCOMPARE(light.captions(), QStringList({"1", "2", "3"}));
@@ -228,8 +233,7 @@ void DeviceSearchTest::duringTheSearchTheLightIsRedAndTheButtonsDisabled() {
     search();
     QStringList redCaptions;
     for (const LightWatcher::Frame& frame : light.frames) {
-        if (frame.colour.toUInt() != 0x0000FFu)
-            continue;
+        if (frame.colour.toUInt() != 0x0000FFu) continue;
         QVERIFY(!frame.resetEnabled);
         QCOMPARE(frame.cursor, Qt::WaitCursor);
         redCaptions << frame.caption;
@@ -304,5 +308,5 @@ void DeviceSearchTest::baudComboByKeyboardReopensTheOpenPort() {
     QVERIFY(tablet.waitForReceived(2, 2s));
 }
 
-QTEST_MAIN(DeviceSearchTest)
+VELMORA_PROGRAM_TEST_MAIN(DeviceSearchTest)
 #include "tst_device_search.moc"

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <sys/file.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -35,8 +36,7 @@ template <typename F> std::int64_t ErrorOf(F action) {
 struct Observer {
     explicit Observer(const std::string& path) : fd(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
     ~Observer() {
-        if (fd >= 0)
-            ::close(fd);
+        if (fd >= 0) ::close(fd);
     }
     termios settings() const {
         termios now{};
@@ -113,8 +113,9 @@ void MSCommTest::settingsAccepted() {
 
 void MSCommTest::settingsRefusedWith380_data() {
     QTest::addColumn<QString>("text");
-    for (const char* text : {"", "115200", "115200,O,8", "115200,X,8,1", "abc,O,8,1", "115200,O,9,1",
-                             "115200,O,8,3", "12345,O,8,1", "115200,O,8,1,", " 115200,O,8,1", "115200,OO,8,1"})
+    for (const char* text :
+         {"", "115200", "115200,O,8", "115200,X,8,1", "abc,O,8,1", "115200,O,9,1", "115200,O,8,3",
+          "12345,O,8,1", "115200,O,8,1,", " 115200,O,8,1", "115200,OO,8,1"})
         QTest::newRow(text) << QString(text);
 }
 
@@ -142,7 +143,9 @@ void MSCommTest::machineListLeavesOutTheConsole() {
     while (active >> name)
         QVERIFY2(std::find(devices.begin(), devices.end(), "/dev/" + name) == devices.end(), name.c_str());
     // Built-in ports come in numeric order: ttyS2 before ttyS10.
-    auto at = [&](const char* path) { return std::find(devices.begin(), devices.end(), path) - devices.begin(); };
+    auto at = [&](const char* path) {
+        return std::find(devices.begin(), devices.end(), path) - devices.begin();
+    };
     if (at("/dev/ttyS2") < long(devices.size()) && at("/dev/ttyS10") < long(devices.size()))
         QVERIFY(at("/dev/ttyS2") < at("/dev/ttyS10"));
 }
@@ -186,14 +189,12 @@ void MSCommTest::permissionFailureNamesDeviceAndDialoutGroup() {
     int channel[2];
     QVERIFY(pipe(channel) == 0);
     const bool root = geteuid() == 0;
-    if (!root)
-        QVERIFY(chmod(tablet.devicePath().c_str(), 0) == 0);
+    if (!root) QVERIFY(chmod(tablet.devicePath().c_str(), 0) == 0);
     const pid_t child = fork();
     QVERIFY(child >= 0);
     if (child == 0) {
         ::close(channel[0]);
-        if (root && (setgid(65534) != 0 || setuid(65534) != 0))
-            _exit(3);
+        if (root && (setgid(65534) != 0 || setuid(65534) != 0)) _exit(3);
         std::string result = "opened";
         try {
             vb::MSComm port;

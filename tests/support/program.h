@@ -3,6 +3,7 @@
 
 #include "console/console_window.h"
 
+#include <QApplication>
 #include <QTest>
 #include <QWidget>
 
@@ -23,3 +24,13 @@ template <typename F> bool WaitFor(F done, int timeoutMs = 5000) {
 }
 
 } // namespace testing_support
+
+// A Qt Test main for tests that start the program: the test's own arguments (function names, -v2 ...)
+// go to Qt Test, not into the program's command line, which stays empty.
+#define VELMORA_PROGRAM_TEST_MAIN(TestClass)                                                                 \
+    int main(int argc, char** argv) {                                                                        \
+        int programArgc = 1;                                                                                 \
+        QApplication app(programArgc, argv);                                                                 \
+        TestClass test;                                                                                      \
+        return QTest::qExec(&test, argc, argv);                                                              \
+    }
