@@ -1,6 +1,8 @@
-// The console's device operations: each button's handler announces that it has started. The download,
-// the viewer, the settings commands, the reset and the upload do their work behind these entry points.
+// The console's buttons that lead elsewhere. Each device operation's handler announces that it has
+// started; the download, the viewer, the settings commands, the reset and the upload do their work behind
+// these entry points.
 #include "console/console_window.h"
+#include "editor/frm_korvani_upload_utility.h"
 
 void frmQuillmaxSerial::cmdDownload_Click() {
     emit deviceOperationStarted("cmdDownload_Click");
@@ -34,4 +36,7 @@ void frmQuillmaxSerial::cmdUploadData_Click() {
     emit deviceOperationStarted("cmdUploadData_Click");
 }
 
-void frmQuillmaxSerial::Command1_Click() {}
+// "Create/&Edit File" loads the record data file editor and shows it modeless, without owner.
+void frmQuillmaxSerial::Command1_Click() {
+    ShowRecordEditor();
+}

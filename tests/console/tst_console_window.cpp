@@ -37,6 +37,8 @@ private slots:
     void cancelUploadSetsItsFlag();
     void exitEndsTheProgram();
     void closingTheConsoleEndsTheProgram();
+    void createEditFileOpensTheEditorModeless();
+    void closingTheConsoleWithTheEditorOpenEndsEverything();
 
 private:
     PortsFolder ports;
@@ -282,6 +284,38 @@ void ConsoleWindowTest::closingTheConsoleEndsTheProgram() {
     QVERIFY(vb::HasEnded());
     QVERIFY(!console->isVisible());
     QVERIFY(!other.isVisible());
+}
+
+void ConsoleWindowTest::createEditFileOpensTheEditorModeless() {
+    QTest::mouseClick(Control(console, "Command1"), Qt::LeftButton);
+    QWidget* editor = nullptr;
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (window->objectName() == "frmKorvaniUploadUtility" && window->isVisible()) editor = window;
+    QVERIFY(editor);
+    QCOMPARE(editor->windowTitle(), QString("Lumacor Velmora LT Uploader"));
+    QVERIFY(!editor->isModal());
+    QVERIFY(!editor->parentWidget()); // no owner
+    QCOMPARE(QApplication::activeModalWidget(), nullptr);
+    // A second click shows the same window.
+    QTest::mouseClick(Control(console, "Command1"), Qt::LeftButton);
+    int editors = 0;
+    for (QWidget* window : QApplication::topLevelWidgets())
+        editors += window->objectName() == "frmKorvaniUploadUtility" && window->isVisible();
+    QCOMPARE(editors, 1);
+    QVERIFY(console->isVisible());
+}
+
+void ConsoleWindowTest::closingTheConsoleWithTheEditorOpenEndsEverything() {
+    QTest::mouseClick(Control(console, "Command1"), Qt::LeftButton);
+    QWidget* editor = nullptr;
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (window->objectName() == "frmKorvaniUploadUtility" && window->isVisible()) editor = window;
+    QVERIFY(editor);
+    console->close();
+    QVERIFY(vb::HasEnded());
+    QVERIFY(!editor->isVisible());
+    QVERIFY(!console->isVisible());
+    QCOMPARE(QApplication::activeModalWidget(), nullptr); // no save question on the way out
 }
 
 VELMORA_PROGRAM_TEST_MAIN(ConsoleWindowTest)

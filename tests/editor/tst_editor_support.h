@@ -117,21 +117,9 @@ template <typename T = QAbstractButton> T* Control(QWidget* editor, const QStrin
     return editor->findChild<T*>(name);
 }
 
-// The next file dialog is answered with `path`. QFileDialog::selectFile leaves the name box alone while it
-// has the focus, so the name is also put into that box before the dialog is accepted.
+// The next file dialog is answered with `path`.
 inline void ChooseFile(ModalAnswerer& answerer, const QString& path) {
-    answerer.handle([&answerer, path](QWidget* widget) {
-        auto* dialog = qobject_cast<QFileDialog*>(widget);
-        if (!dialog) {
-            answerer.unexpected << widget->windowTitle();
-            widget->close();
-            return;
-        }
-        answerer.fileDialogs << dialog->windowTitle();
-        dialog->selectFile(path);
-        if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->setText(path);
-        static_cast<QDialog*>(dialog)->accept();
-    });
+    answerer.chooseFile(path);
 }
 
 // The page that holds a numbered field (fields 12 and up), or -1 for a fixed field.

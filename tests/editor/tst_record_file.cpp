@@ -4,6 +4,8 @@
 #include "editor/record_file.h"
 #include "platform/errors.h"
 
+#include "support/error_of.h"
+
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -13,6 +15,8 @@
 #include <sys/stat.h>
 
 using editor::RecordTable;
+
+using testing_support::ErrorOf;
 
 namespace {
 
@@ -30,15 +34,6 @@ QByteArray GetBytes(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) return "<unreadable>";
     return file.readAll();
-}
-
-template <typename Call> std::int64_t ErrorOf(Call&& call) {
-    try {
-        call();
-    } catch (const vb::Error& error) {
-        return error.number;
-    }
-    return 0;
 }
 
 // Reading and writing report a raised error as its number, so that a test shows it as a failed check

@@ -4,6 +4,8 @@
 #include "platform/errors.h"
 #include "platform/file_system.h"
 
+#include "support/error_of.h"
+
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -12,6 +14,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
+
+using testing_support::ErrorOf;
 
 namespace {
 
@@ -30,16 +34,6 @@ QByteArray GetBytes(const QString& path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) return "<unreadable>";
     return file.readAll();
-}
-
-// The error number a call raises; 0 when it raises nothing.
-template <typename Call> std::int64_t ErrorOf(Call&& call) {
-    try {
-        call();
-    } catch (const vb::Error& error) {
-        return error.number;
-    }
-    return 0;
 }
 
 // The error number a call raises when made by a user without special file access: root reads any file,

@@ -2,6 +2,7 @@
 #include "platform/errors.h"
 #include "platform/mscomm.h"
 #include "platform/port_map.h"
+#include "support/error_of.h"
 #include "support/ports_folder.h"
 #include "tablet.h"
 
@@ -21,16 +22,6 @@ using namespace testing_support;
 using namespace std::chrono_literals;
 
 namespace {
-
-// The error number an action raises, or 0.
-template <typename F> std::int64_t ErrorOf(F action) {
-    try {
-        action();
-    } catch (const vb::Error& error) {
-        return error.number;
-    }
-    return 0;
-}
 
 // A descriptor of our own on a tty, to look at its line settings beside the control.
 struct Observer {

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFileDialog>
+#include <QLineEdit>
 #include <QTest>
 
 namespace testing_support {
@@ -53,6 +54,8 @@ void ModalAnswerer::chooseFile(const QString& path) {
         }
         fileDialogs << dialog->windowTitle();
         dialog->selectFile(path);
+        // With the name box focused, selectFile leaves the box as it was; the box is what accept() reads.
+        if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->setText(path);
         static_cast<QDialog*>(dialog)->accept();
     });
 }
