@@ -1,5 +1,5 @@
 // The velmora-sim program's command line: which ports to make, how the tablets misbehave, where the
-// received bytes are logged.
+// received bytes are logged and where the tablet's state is written.
 #pragma once
 
 #include "tablet.h"
@@ -16,6 +16,7 @@ struct ProgramOptions {
     std::vector<int> silent;  // COM<n> that receive and never answer
     Faults faults;            // applied to the tablets
     std::optional<std::string> log;
+    std::optional<std::string> state; // needs exactly one tablet: the file follows that one
 };
 
 struct ParsedCommandLine {

@@ -56,6 +56,17 @@ int main(int argc, char** argv) {
         std::cout << "COM" << port << " -> " << tablet->devicePath() << '\n';
     std::cout << std::flush;
 
+    // Only now, so that the port lines come first on stdout; the tablet's first state (and any change
+    // that a quick client made meanwhile) is written at once.
+    if (options.state) {
+        try {
+            ports.at(options.tablets.front())->stateTo(*options.state);
+        } catch (const std::exception& error) {
+            std::cerr << error.what() << '\n';
+            return 1;
+        }
+    }
+
     int received = 0;
     sigwait(&stopSignals, &received);
     ports.clear(); // stops the tablets and removes their links

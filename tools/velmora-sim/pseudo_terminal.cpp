@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <stdexcept>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -49,7 +51,23 @@ PseudoTerminal::PseudoTerminal() {
 
 PseudoTerminal::~PseudoTerminal() {
     close(slaveFd);
-    close(masterFd);
+    if (masterFd >= 0) close(masterFd);
+}
+
+bool PseudoTerminal::slaveHasUnreadInput() const {
+    // Bytes written to the master reach the slave's input through a kernel work queue, so right after
+    // a write the count can still be 0. poll() on a tty finishes that pending work before it reports
+    // no input, after which the count is exact. The input is the slave's, shared by every descriptor
+    // of it, ours included; our descriptor is never read, so the bytes are left for the program.
+    pollfd slave{slaveFd, POLLIN, 0};
+    if (poll(&slave, 1, 0) > 0 && (slave.revents & POLLIN)) return true;
+    int waiting = 0;
+    return ioctl(slaveFd, FIONREAD, &waiting) == 0 && waiting > 0;
+}
+
+void PseudoTerminal::hangUp() {
+    if (masterFd >= 0) close(masterFd);
+    masterFd = -1;
 }
 
 } // namespace sim
