@@ -3,7 +3,7 @@
 //   open    reading the chosen file into the record table and showing record 1 (the part of Open File
 //           after the file dialog), against std::ifstream reading the whole file;
 //   step    one navigation step (Next) refilling the 111 entry boxes, against std::ifstream reading one
-//           record's bytes;
+//           record's bytes; "+paint" is the same step with the window's repaint that follows it;
 //   commit  Commit Changes To File rewriting the file, against std::ofstream writing the same bytes.
 // Each figure is the median of its runs. Goals: open <= 20 ms, step <= 2 ms, commit <= 20 ms.
 #include "editor/frm_korvani_upload_utility.h"
@@ -96,12 +96,14 @@ int main(int argc, char** argv) {
     }
 
     const std::size_t recordBytes = bytes.size() / editor::kMaxRecords;
-    std::vector<double> step, stepReference;
+    std::vector<double> step, stepPainted, stepReference;
     for (int pass = 0; pass < 5; ++pass) {
         window->GoFirst();
+        QApplication::processEvents();
         for (int record = 2; record <= window->table.RecordCount; ++record) {
             step.push_back(Milliseconds([&] { window->GoNext(); }));
-            QApplication::processEvents();
+            // The same step as the user sees it: the window repainted with the new record.
+            stepPainted.push_back(step.back() + Milliseconds([&] { QApplication::processEvents(); }));
             stepReference.push_back(
                 Milliseconds([&] { plainRead(recordBytes * std::size_t(record - 1), recordBytes); }));
         }
@@ -125,6 +127,7 @@ int main(int argc, char** argv) {
                 int(window->table.RecordCount), bytes.size(), after == bytes ? "equals" : "DIFFERS FROM");
     Report("open", Median(open), Median(openReference), "std::ifstream, whole file");
     Report("step", Median(step), Median(stepReference), "std::ifstream, one record's bytes");
+    Report("+paint", Median(stepPainted), Median(stepReference), "std::ifstream, one record's bytes");
     Report("commit", Median(commit), Median(commitReference), "std::ofstream, whole file");
     std::printf("goals: open <= 20 ms, step <= 2 ms, commit <= 20 ms\n");
 

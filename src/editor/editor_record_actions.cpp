@@ -55,31 +55,27 @@ void frmKorvaniUploadUtility::UpdateRecord() {
         vb::MsgBox(msg::kMaximumRecords, msg::kInformationOk, msg::kCannotUpdateTitle);
         return;
     }
-    // Nothing typed, nothing to store: the required-field check applies only to a record that would be
-    // stored. (So Commit right after New writes the new blank record, and an unedited record is never
-    // refused.)
+    // Only a record that would be stored is checked, so the order of the next three steps matters:
+    //  - nothing typed, nothing to store: an untouched record is never refused (Commit right after New
+    //    writes the new blank record);
+    //  - while adding (AddingRecord stays set once an add has begun), a record whose 111 boxes are all
+    //    empty is not stored either: a key typed and taken back, or Cancel Add's own move to the last
+    //    record after typing, ends here without the required-field message. The boxes are emptied, the
+    //    new record stays current, and the Go To Record number is remembered for its next selection;
+    //  - otherwise "Name" and "Info 1" must hold more than spaces.
     if (!table.RecordEdited) return;
+    if (table.AddingRecord && AllEntryBoxesEmpty()) {
+        EmptyEntryBoxes();
+        table.CurrentRecord = table.RecordCount;
+        lblRecNum2->setText(QString::number(table.CurrentRecord));
+        const std::string goTo = vb::FromQString(cboGoToRecord->currentText());
+        if (!goTo.empty()) GoToRemembered = vb::CInt(goTo);
+        return;
+    }
     if (vb::Trim(BoxText(kNameField)).empty() || vb::Trim(BoxText(kInfo1Field)).empty()) {
         vb::MsgBox(msg::kUpdateCanceled, msg::kExclamationOk, msg::kUpdateCanceledTitle);
         table.UpdateCancelled = true;
         return;
-    }
-    // While a record is being added, an update whose entry boxes are all empty stores nothing: the boxes
-    // are emptied, the new record stays current, and the Go To Record number is remembered. (After the
-    // required-field check above, "Name" and "Info 1" are never empty here, so this path is a safeguard
-    // that the window itself does not reach.)
-    if (table.AddingRecord) {
-        bool allEmpty = true;
-        for (int field = 0; field < kFieldCount && allEmpty; ++field)
-            allEmpty = BoxText(field).empty();
-        if (allEmpty) {
-            EmptyEntryBoxes();
-            table.CurrentRecord = table.RecordCount;
-            lblRecNum2->setText(QString::number(table.CurrentRecord));
-            const std::string goTo = vb::FromQString(cboGoToRecord->currentText());
-            if (!goTo.empty()) GoToRemembered = vb::CInt(goTo);
-            return;
-        }
     }
     for (int field = 0; field < kFieldCount; ++field)
         RecordField(field, table.CurrentRecord) = BoxText(field);

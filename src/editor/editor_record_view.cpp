@@ -45,6 +45,12 @@ void frmKorvaniUploadUtility::EmptyEntryBoxes() {
         SetBoxText(field, "");
 }
 
+bool frmKorvaniUploadUtility::AllEntryBoxesEmpty() const {
+    for (int field = 0; field < kFieldCount; ++field)
+        if (!BoxText(field).empty()) return false;
+    return true;
+}
+
 void frmKorvaniUploadUtility::EnableEntryBoxes(bool enabled) {
     for (QWidget* box : txtAI)
         box->setEnabled(enabled);

@@ -108,6 +108,7 @@ public:
     std::string& RecordField(int field, int record);
     void ShowRecord(short record);
     void EmptyEntryBoxes();
+    bool AllEntryBoxesEmpty() const;
     void EnableEntryBoxes(bool enabled);
     void RefillGoToRecord();
     void ApplyNavigationButtonStates();

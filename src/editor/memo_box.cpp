@@ -15,6 +15,11 @@ int ClassicLength(const QString& text) {
     return int(text.size() + text.count(QChar::ParagraphSeparator) + text.count('\n'));
 }
 
+// A CR or LF that is not part of a CR LF pair is text, not a line break: the box shows it as its
+// control picture and hands it back as the byte it was.
+constexpr char16_t kLoneLf = u'\u2424';
+constexpr char16_t kLoneCr = u'\u240D';
+
 } // namespace
 
 MemoBox::MemoBox(QWidget* parent) : QPlainTextEdit(parent) {
@@ -26,14 +31,37 @@ MemoBox::MemoBox(QWidget* parent) : QPlainTextEdit(parent) {
 }
 
 std::string MemoBox::Text() const {
-    QString text = toPlainText();
-    text.replace('\n', QStringLiteral("\r\n"));
-    return vb::FromQString(text);
+    const QString shown = toPlainText();
+    std::string text;
+    text.reserve(std::size_t(shown.size()));
+    for (QChar character : shown) {
+        if (character == '\n')
+            text += "\r\n";
+        else if (character == kLoneLf)
+            text += '\n';
+        else if (character == kLoneCr)
+            text += '\r';
+        else
+            text += vb::FromQString(QString(character));
+    }
+    return text;
 }
 
 void MemoBox::SetText(const std::string& text) {
-    QString shown = vb::ToQString(text);
-    shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
+    QString shown;
+    shown.reserve(qsizetype(text.size()));
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') {
+            shown += '\n';
+            ++i;
+        } else if (text[i] == '\n') {
+            shown += QChar(kLoneLf);
+        } else if (text[i] == '\r') {
+            shown += QChar(kLoneCr);
+        } else {
+            shown += QChar(char16_t(static_cast<unsigned char>(text[i])));
+        }
+    }
     setPlainText(shown);
 }
 

@@ -2,8 +2,10 @@
 // is limited to a maximum length, like the single-line boxes.
 //
 // Its text is seen as the program sees a multi-line box's text: single bytes, each line break a CR LF
-// pair (so a break counts two characters against the limit). Text put in by the program is not
-// limited; only typing and pasting are.
+// pair (so a break counts two characters against the limit). A CR or LF on its own is not a break but a
+// character of the text, shown as its control picture and handed back unchanged, so a record read from a
+// file keeps every byte when it is stored again. Text put in by the program is not limited; only typing
+// and pasting are.
 #pragma once
 
 #include <QPlainTextEdit>

@@ -55,6 +55,15 @@ struct RecordTable {
 
 // Reads FilePathName into the table (see the format above). Fields are stored as read, untrimmed.
 // Sets RecordCount to the number of whole records and CurrentRecord to 1 on success.
+//
+// Lines are taken as sequential line input takes them, whatever wrote the file:
+//  - CR LF ends a line, and so does a CR alone (a file with CR line ends reads like one with CR LF; CR CR LF
+//    is a line end followed by an empty line);
+//  - an LF alone ends nothing and stays in the field's text, so a file with LF line ends is a single line:
+//    an uncounted partial record, RecordCount 0;
+//  - bytes after the last line end are a last line of their own;
+//  - every other byte, 8-bit characters, NUL, Ctrl-Z and EOT included, is field text. So the EOT (0x04)
+//    that the end-marker routine may append after the last separator is field 0 of an uncounted record.
 // Raises 53 when the file does not exist, 62 when the file ends where a record's separator line is
 // expected (RecordCount and CurrentRecord are then left as they were), 9 for lines beyond record 101.
 void ReadRecordFile(RecordTable& table);

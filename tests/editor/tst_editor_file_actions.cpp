@@ -112,6 +112,40 @@ private slots:
         QVERIFY(answerer.unexpected.isEmpty());
     }
 
+    void theOpenAfterACancelledSaveDialogEndsOnThatCancel() {
+        // Commit's cancelled dialog leaves DialogCancelled set; only Open and Close clear it. So the next
+        // Open shows its dialog, then finds the old cancel, clears it and stops without reading.
+        ModalAnswerer answerer;
+        Click(editor, "cmdNew");
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.cancelFileDialog();
+        Click(editor, "cmdCommitRecord");
+        QVERIFY(answerer.waitUntilAnswered());
+        QVERIFY(editor->table.DialogCancelled);
+
+        const QString path = PathOf("after-cancel.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(2))));
+        answerer.pressInBox(QMessageBox::No); // the new blank record is not saved
+        ChooseFile(answerer, path);
+        Click(editor, "cmdOpen");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[1], kSaveChanges, kSaveBeforeOpen, QMessageBox::Question, kYesNo));
+        QCOMPARE(answerer.fileDialogs.size(), 2);
+        QVERIFY(!editor->table.DialogCancelled);
+        QVERIFY(!editor->table.FileLoaded);
+        QCOMPARE(BoxText(editor, 0), QString());
+        QCOMPARE(QString::fromStdString(editor->table.FilePathName), path); // the name was taken
+
+        // The next Open reads the file.
+        ChooseFile(answerer, path);
+        Click(editor, "cmdOpen");
+        QVERIFY(editor->table.FileLoaded);
+        QCOMPARE(editor->table.RecordCount, short(2));
+        QCOMPARE(BoxText(editor, 0), QString("Name 1"));
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
     void typedNameWithoutExtensionGetsTxt() {
         ModalAnswerer answerer;
         CreateOneRecordFile(answerer, PathOf("clients"), "Cy");
@@ -454,6 +488,127 @@ private slots:
         expected[0][8] += "?";
         QCOMPARE(ReadBytes(first), FileBytes(expected));
         QCOMPARE(BoxText(editor, 8), QString("Info 1?")); // read back from the saved file
+    }
+
+    void openStopsWhenTheUpdateItRunsIsRefused() {
+        // Stored changes are offered for saving; Yes runs Update Record on the shown record, whose Name was
+        // rubbed out: the update is refused, and the whole Open stops before its dialog.
+        const QString path = PathOf("refused.txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(2))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        Type(editor, 9, "u");
+        Click(editor, "cmdUpdaterecord");
+        QVERIFY(editor->table.RecordsChanged);
+        qobject_cast<QLineEdit*>(Box(editor, 0))->selectAll();
+        QTest::keyClick(Box(editor, 0), Qt::Key_Backspace);
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdOpen");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[0], kSaveChanges, kSaveBeforeOpen, QMessageBox::Question, kYesNo));
+        QVERIFY(BoxIs(answerer.boxes[1], kUpdateCanceledTitle, kUpdateCanceled, QMessageBox::Warning, kOk));
+        QCOMPARE(answerer.fileDialogs.size(), 1); // only the first Open's
+        QVERIFY(!editor->table.UpdateCancelled);
+        QVERIFY(editor->table.FileLoaded && editor->table.RecordsChanged && editor->table.RecordEdited);
+        QCOMPARE(QString::fromStdString(editor->table.FilePathName), path);
+        QCOMPARE(ReadBytes(path), FileBytes(NumberedRecords(2)));
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void openAfterADeleteAndAnEditAsksTwice() {
+        // The deletion asks first. The stored update is then passed over and the question forgotten, so
+        // the record edited after the deletion asks again.
+        const QString first = PathOf("twice.txt");
+        const QString second = PathOf("twice-next.txt");
+        QVERIFY(WriteBytes(first, FileBytes(NumberedRecords(3))));
+        QVERIFY(WriteBytes(second, FileBytes(NumberedRecords(1))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, first);
+        Type(editor, 9, "u");
+        Click(editor, "cmdUpdaterecord");
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdDeleteRecord");
+        Type(editor, 10, "v");
+        QVERIFY(editor->table.FileChangedByDelete && editor->table.RecordsChanged &&
+                editor->table.RecordEdited);
+        answerer.pressInBox(QMessageBox::No);
+        answerer.pressInBox(QMessageBox::No);
+        OpenWithDialog(answerer, second);
+        QCOMPARE(answerer.boxes.size(), 3);
+        QVERIFY(BoxIs(answerer.boxes[1], kSaveChanges, kSaveBeforeOpen, QMessageBox::Question, kYesNo));
+        QVERIFY(BoxIs(answerer.boxes[2], kSaveChanges, kSaveBeforeOpen, QMessageBox::Question, kYesNo));
+        QCOMPARE(ReadBytes(first), FileBytes(NumberedRecords(3)));
+        QCOMPARE(QString::fromStdString(editor->table.FilePathName), second);
+        QCOMPARE(editor->table.RecordCount, short(1));
+        QVERIFY(!editor->table.FileChangedByDelete && !editor->table.RecordsChanged);
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    // FileChanged is a second file-level change flag that no action of the window sets; where it is set,
+    // New, Open, Close and the close request offer to save as they do after a deletion.
+    void theSecondFileChangeFlagOffersToSave_data() {
+        QTest::addColumn<QString>("action");
+        QTest::addColumn<QString>("question");
+        QTest::newRow("new") << "cmdNew" << kSaveBeforeNew;
+        QTest::newRow("open") << "cmdOpen" << kSaveBeforeOpen;
+        QTest::newRow("close") << "cmdCloseFile" << kSaveToFile;
+        QTest::newRow("close request") << "" << kSaveToFile;
+    }
+    void theSecondFileChangeFlagOffersToSave() {
+        QFETCH(QString, action);
+        QFETCH(QString, question);
+        const QString path = PathOf("flag-" + action + ".txt");
+        QVERIFY(WriteBytes(path, FileBytes(NumberedRecords(2))));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        QVERIFY(WriteBytes(path, "changed meanwhile")); // so that a commit shows in the file
+        editor->table.FileChanged = true;
+        answerer.pressInBox(QMessageBox::Yes);
+        if (action == "cmdOpen") answerer.cancelFileDialog();
+        QPointer<frmKorvaniUploadUtility> window = editor;
+        if (action.isEmpty())
+            editor->close();
+        else
+            Click(editor, qPrintable(action));
+        QVERIFY(answerer.waitUntilAnswered());
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kSaveChanges, question, QMessageBox::Question, kYesNo));
+        QCOMPARE(ReadBytes(path), FileBytes(NumberedRecords(2)));
+        if (window) QVERIFY(!window->table.FileChanged);
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void aDialogAcceptedWithoutAFileNameSaysSo() {
+        // The dialog's own checks make this rare: accepted on the root folder with no name, it returns
+        // the folder, whose name is empty.
+        ModalAnswerer answerer;
+        Click(editor, "cmdNew");
+        Type(editor, 0, "N");
+        Type(editor, 8, "I");
+        answerer.pressInBox(QMessageBox::Yes);
+        answerer.handle([](QWidget* widget) {
+            auto* dialog = qobject_cast<QFileDialog*>(widget);
+            if (!dialog) {
+                widget->close();
+                return;
+            }
+            dialog->setDirectory("/");
+            if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->clear();
+            dialog->QDialog::done(QDialog::Accepted);
+        });
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdCommitRecord");
+        QVERIFY(answerer.waitUntilAnswered());
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[0], kPathNeededTitle, kPathNeeded, QMessageBox::NoIcon, kYesNo));
+        QVERIFY(BoxIs(answerer.boxes[1], kNameNotEnteredTitle, "You must enter a file name before continuing",
+                      QMessageBox::Warning, kOk));
+        QVERIFY(editor->table.FilePathName.empty());
+        QCOMPARE(Control<QLineEdit>(editor, "txtSavePath")->text(), QString());
+        QVERIFY(!QFileInfo::exists("/.txt"));
+        QVERIFY(editor->table.RecordsChanged); // nothing was written
+        QVERIFY(answerer.unexpected.isEmpty());
     }
 
     void backToMainMenuAsksAboutAnEditedRecordAndCloses() {

@@ -2,6 +2,8 @@
 // Update Record, Add Record, Cancel Add and Delete Record, their questions and the button states.
 #include "tst_editor_support.h"
 
+#include <QClipboard>
+
 using namespace editor_tests;
 
 class EditorRecordActionsTest : public QObject {
@@ -221,6 +223,30 @@ private slots:
         QCOMPARE(BoxText(editor, 0), QString("Name %1").arg(record));
     }
 
+    // A number pasted whole (typed key by key, "1." is shown as record 1 and its text becomes "1") is
+    // compared as a floating-point number and converted to a record number half to even.
+    void goToRecordWithAPastedNumber_data() {
+        QTest::addColumn<QString>("pasted");
+        QTest::addColumn<int>("record");
+        QTest::newRow("1.5 rounds up to even") << "1.5" << 2;
+        QTest::newRow("2.5 rounds down to even") << "2.5" << 2;
+        QTest::newRow("just above the count") << "3.2" << 3;
+        QTest::newRow("below one") << "0.4" << 1;
+    }
+    void goToRecordWithAPastedNumber() {
+        QFETCH(QString, pasted);
+        QFETCH(int, record);
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Click(editor, "Command3"); // start on record 2; the shown text becomes the record number
+        QApplication::clipboard()->setText(pasted);
+        QComboBox* goTo = GoToBox(editor);
+        goTo->lineEdit()->selectAll();
+        QTest::keyClick(goTo, Qt::Key_V, Qt::ControlModifier);
+        ExpectShowing(record, QString("Name %1").arg(record));
+        QVERIFY(answerer.boxes.isEmpty());
+    }
+
     void goToRecordWithoutRecordsEmptiesTheBox() {
         ModalAnswerer answerer;
         OpenRecords(answerer, {});
@@ -387,21 +413,144 @@ private slots:
     }
 
     void cancelAddAfterTypingAsksAboutTheEditedRecord() {
-        // Cancel Add ends by going to the last record, which asks about the typed keys; the emptied
-        // boxes then fail the required fields, so nothing is stored.
+        // Cancel Add ends by going to the last record, which asks about the typed keys. Yes runs Update
+        // Record on the emptied boxes while the add flag is still set: every box is empty, so nothing is
+        // stored and nothing is refused.
         ModalAnswerer answerer;
         OpenRecords(answerer, NumberedRecords(2));
         Click(editor, "cmdWriteTextToFile");
         Type(editor, 0, "abandoned");
         answerer.pressInBox(QMessageBox::Yes);
-        answerer.pressInBox(QMessageBox::Ok);
         Click(editor, "cmdCancelAdd");
-        QCOMPARE(answerer.boxes.size(), 2);
+        QCOMPARE(answerer.boxes.size(), 1);
         QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
-        QVERIFY(BoxIs(answerer.boxes[1], kUpdateCanceledTitle, kUpdateCanceled, QMessageBox::Warning, kOk));
         ExpectShowing(2, "Name 2");
         QCOMPARE(editor->table.records[0][1], std::string("Name 2"));
+        QCOMPARE(editor->table.records[0][2], std::string());
         QVERIFY(!editor->table.RecordEdited);
+        QVERIFY(!editor->table.RecordsChanged);
+        QVERIFY(!editor->table.UpdateCancelled);
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void updateWhileAddingWithEveryBoxEmptyStoresNothing() {
+        // A key typed and taken back while adding leaves the record noted as edited with every box
+        // empty. Update Record then stores nothing and refuses nothing: the new record stays current, the
+        // add goes on, and the Go To Record number is remembered.
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Click(editor, "cmdWriteTextToFile");
+        QCOMPARE(GoToBox(editor)->currentText(), QString("4"));
+        Type(editor, 0, "x");
+        QTest::keyClick(Box(editor, 0), Qt::Key_Backspace);
+        QVERIFY(editor->table.RecordEdited);
+        QCOMPARE(editor->GoToRemembered, short(0));
+        Click(editor, "cmdUpdaterecord");
+        QVERIFY(answerer.boxes.isEmpty());
+        QVERIFY(!editor->table.UpdateCancelled);
+        QVERIFY(!editor->table.RecordsChanged); // nothing stored
+        QCOMPARE(editor->table.RecordCount, short(4));
+        QCOMPARE(editor->table.CurrentRecord, short(4));
+        QCOMPARE(LabelText(editor, "lblRecNum2"), QString("4"));
+        QCOMPARE(editor->GoToRemembered, short(4));
+        for (int field = 0; field < 111; ++field)
+            QCOMPARE(BoxText(editor, field), QString());
+        // The add is still under way: only Cancel Add and the boxes are usable.
+        QVERIFY(Enabled(editor, "cmdCancelAdd"));
+        for (const char* name : {"cmdWriteTextToFile", "cmdCommitRecord", "cmdNew", "cmdOpen", "Command4"})
+            QVERIFY2(!Enabled(editor, name), name);
+
+        // With text in a box the update is checked and stored as usual.
+        Type(editor, 12, "only a number");
+        answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "cmdUpdaterecord");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kUpdateCanceledTitle, kUpdateCanceled, QMessageBox::Warning, kOk));
+        Type(editor, 0, "Name 4");
+        Type(editor, 8, "Info 4");
+        Click(editor, "cmdUpdaterecord");
+        QCOMPARE(editor->table.records[0][3], std::string("Name 4"));
+        QCOMPARE(editor->table.records[12][3], std::string("only a number"));
+        QVERIFY(editor->table.RecordsChanged);
+        QVERIFY(!Enabled(editor, "cmdCancelAdd"));
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void goToTypedNumberTakesTheRememberedItemFirst() {
+        // A typed number leaves no list item selected, so the selection selects item GoToRemembered - 1,
+        // whose text then decides the record: with 4 remembered, typing 2 shows record 4.
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Click(editor, "cmdWriteTextToFile");
+        Type(editor, 0, "x");
+        QTest::keyClick(Box(editor, 0), Qt::Key_Backspace);
+        Click(editor, "cmdUpdaterecord"); // remembers 4
+        Type(editor, 0, "Name 4");
+        Type(editor, 8, "Info 4");
+        Click(editor, "cmdUpdaterecord");
+        QCOMPARE(editor->table.RecordCount, short(4));
+        QCOMPARE(editor->GoToRemembered, short(4));
+
+        answerer.pressInBox(QMessageBox::No); // the typed record is stored already
+        TypeIntoGoTo("2");
+        QCOMPARE(answerer.boxes.size(), 1);
+        ExpectShowing(4, "Name 4");
+        QVERIFY(!editor->GoToGuard);
+        QCOMPARE(editor->GoToRemembered, short(4));
+
+        // A selection with an empty text puts the remembered number into it and forgets it; the item
+        // selected then is "none", so the text stands.
+        GoToBox(editor)->setCurrentIndex(-1);
+        GoToBox(editor)->setEditText("");
+        Click(editor, "cmdFirst");
+        GoToBox(editor)->setEditText("");
+        editor->cboGoToRecord_Click();
+        ExpectShowing(4, "Name 4");
+        QCOMPARE(editor->GoToRemembered, short(0));
+        QVERIFY(!editor->GoToGuard);
+
+        // With nothing remembered a typed number is taken as typed.
+        TypeIntoGoTo("2");
+        ExpectShowing(2, "Name 2");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void goToRememberedItemBeyondTheListFailsAndKeepsTheGuard() {
+        // Cancel Add leaves the remembered number one past the list: selecting that item is an invalid
+        // property value, which the selection does not trap. The guard stays set, so the next selection
+        // runs as the nested one and shows its typed number.
+        ModalAnswerer answerer;
+        OpenRecords(answerer, NumberedRecords(3));
+        Click(editor, "cmdWriteTextToFile");
+        Type(editor, 0, "x");
+        QTest::keyClick(Box(editor, 0), Qt::Key_Backspace);
+        Click(editor, "cmdUpdaterecord");
+        QCOMPARE(editor->GoToRemembered, short(4));
+        // The key typed and taken back is still noted: Cancel Add's move to the last record asks, and Yes
+        // finds every box empty again.
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdCancelAdd");
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(BoxIs(answerer.boxes[0], kRecordChangeTitle, kRecordChange, QMessageBox::Question, kYesNo));
+        QCOMPARE(editor->table.RecordCount, short(3));
+        QCOMPARE(GoToBox(editor)->count(), 3);
+        QCOMPARE(editor->GoToRemembered, short(4));
+        ExpectShowing(3, "Name 3");
+
+        answerer.pressInBox(QMessageBox::Ok);
+        TypeIntoGoTo("2");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(BoxIs(answerer.boxes[1], kApplicationTitle,
+                      "Run-time error '380':\r\n\r\nInvalid property value", QMessageBox::Critical, kOk));
+        QVERIFY(editor->GoToGuard);
+        QCOMPARE(BoxText(editor, 0), QString("Name 3")); // nothing shown
+
+        TypeIntoGoTo("1");
+        QVERIFY(!editor->GoToGuard);
+        ExpectShowing(1, "Name 1");
+        QCOMPARE(answerer.boxes.size(), 2);
+        QVERIFY(answerer.unexpected.isEmpty());
     }
 
     void deletingRecord2Of3LeavesTheFormerRecord3AsRecord2() {
@@ -442,6 +591,28 @@ private slots:
             for (int field = 0; field < 111; ++field)
                 QCOMPARE(editor->table.records[field][record], expected[record][field]);
         QCOMPARE(editor->table.CurrentRecord, short(2));
+    }
+
+    void deletingTheOnlyRecordLeavesNoRecordsAndCommitWritesNothing() {
+        // With no record left the last record cannot be shown: the boxes keep the deleted record's text.
+        // Commit stops at a count of 0, so the file keeps its record.
+        ModalAnswerer answerer;
+        const QString path = OpenRecords(answerer, NumberedRecords(1));
+        const QByteArray before = ReadBytes(path);
+        answerer.pressInBox(QMessageBox::Yes);
+        Click(editor, "cmdDeleteRecord");
+        QCOMPARE(editor->table.RecordCount, short(0));
+        QCOMPARE(editor->table.CurrentRecord, short(1));
+        QCOMPARE(LabelText(editor, "lblRecNum2"), QString("1"));
+        QCOMPARE(GoToBox(editor)->count(), 0);
+        QVERIFY(editor->table.FileChangedByDelete);
+        QCOMPARE(editor->table.records[0][0], std::string());
+        QCOMPARE(BoxText(editor, 0), QString("Name 1"));
+        Click(editor, "cmdCommitRecord");
+        QCOMPARE(ReadBytes(path), before);
+        QVERIFY(editor->table.FileChangedByDelete);
+        QCOMPARE(answerer.boxes.size(), 1);
+        QVERIFY(answerer.unexpected.isEmpty());
     }
 
     void deleteAnsweredNoKeepsTheRecord() {

@@ -108,7 +108,10 @@ private slots:
         QVERIFY(Control<QLabel>(editor, "lblRecNum"));
         QVERIFY(Control<QLabel>(editor, "lblRecNum2"));
         QVERIFY(Control<QGroupBox>(editor, "Frame1"));
-        QVERIFY(Control<QLineEdit>(editor, "txtSavePath"));
+        QCOMPARE(Control<QGroupBox>(editor, "Frame1")->title(), QString());
+        auto* savePath = Control<QLineEdit>(editor, "txtSavePath");
+        QVERIFY(savePath);
+        QCOMPARE(savePath->palette().color(QPalette::Base), savePath->palette().color(QPalette::Button));
         QComboBox* goTo = GoToBox(editor);
         QVERIFY(goTo);
         QVERIFY(goTo->isEditable());
@@ -327,6 +330,28 @@ private slots:
         QVERIFY(answerer.unexpected.isEmpty());
     }
 
+    void aLoneLineFeedInAFieldIsKeptByItsBox() {
+        // An LF without CR is field text in a record data file; the boxes hand it back unchanged, the
+        // multi-line Memo too (only its own line breaks are CR LF), so storing the record changes no byte.
+        Record record = MakeRecord("Lf", "I");
+        record[1] = "up\ndown";
+        record[7] = "memo\nwith two\nlone LFs";
+        const QString path = PathOf("lone-lf.txt");
+        QVERIFY(WriteBytes(path, FileBytes({record})));
+        ModalAnswerer answerer;
+        OpenWithDialog(answerer, path);
+        QCOMPARE(editor->table.records[7][0], record[7]);
+        Type(editor, 0, "!");
+        Click(editor, "cmdUpdaterecord");
+        QCOMPARE(editor->table.records[1][0], record[1]);
+        QCOMPARE(editor->table.records[7][0], record[7]);
+        Click(editor, "cmdCommitRecord");
+        record[0] += "!";
+        QCOMPARE(ReadBytes(path), FileBytes({record}));
+        QVERIFY(answerer.boxes.isEmpty());
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
     void typedKeysSetRecordEditedFilledTextDoesNot() {
         Record record = MakeRecord("Bob", "I");
         const QString path = PathOf("keys.txt");
@@ -392,6 +417,34 @@ private slots:
             QVERIFY(BoxIs(answerer.boxes[n], kApplicationTitle, QString("line %1").arg(n + 1),
                           QMessageBox::NoIcon, kOk));
         QCOMPARE(QString::fromStdString(editor->table.FilePathName), path);
+        QVERIFY(answerer.unexpected.isEmpty());
+    }
+
+    void testAidShowsWhatTheWritingAidWroteUpToItsEnd() {
+        // Command5 writes nine lines; the third of each round holds a single LF, which line input returns
+        // as the line's text. The tenth read is past the end of the file, an error Command7 does not trap.
+        const QString path = dir.filePath("aatext.txt");
+        QFile::remove(path);
+        Click(editor, "Command5");
+        ModalAnswerer answerer;
+        for (int n = 0; n < 10; ++n)
+            answerer.pressInBox(QMessageBox::Ok);
+        Click(editor, "Command7");
+        QVERIFY(answerer.waitUntilAnswered());
+        const QStringList lines = {"This is text",
+                                   "This is text",
+                                   "\n",
+                                   "This is text again",
+                                   "This is text again",
+                                   "\n",
+                                   "This is text again yet again",
+                                   "This is text again yet again",
+                                   "\n"};
+        QCOMPARE(answerer.boxes.size(), 10);
+        for (int n = 0; n < 9; ++n)
+            QVERIFY(BoxIs(answerer.boxes[n], kApplicationTitle, lines[n], QMessageBox::NoIcon, kOk));
+        QVERIFY(BoxIs(answerer.boxes[9], kApplicationTitle,
+                      "Run-time error '62':\r\n\r\nInput past end of file", QMessageBox::Critical, kOk));
         QVERIFY(answerer.unexpected.isEmpty());
     }
 

@@ -443,6 +443,31 @@ private slots:
         QCOMPARE(B(table->records[1][0]), QByteArray());
     }
 
+    void anLfInsideACrLfLineStaysInTheFieldAndIsWrittenBack() {
+        QByteArray bytes = RecordsFile(1);
+        bytes.replace(FieldText(0, 3) + "\r\n", "two\nlines\r\n");
+        PutBytes(Path("lf_inside.txt"), bytes);
+        auto table = NewTable(Path("lf_inside.txt"));
+        QCOMPARE(Read(*table), std::int64_t(0));
+        QCOMPARE(table->RecordCount, short(1));
+        QCOMPARE(B(table->records[3][0]), QByteArray("two\nlines"));
+        QCOMPARE(B(table->records[4][0]), FieldText(0, 4));
+        QCOMPARE(Write(*table), QString("written"));
+        QCOMPARE(GetBytes(Path("lf_inside.txt")), bytes);
+    }
+
+    void crAloneAndCrLfMixedEachEndOneLine() {
+        // CR CR LF is two line ends, the second an empty line: here it is the separator, and the line
+        // after it starts a record of its own.
+        QByteArray bytes = NumberedLines(110) + "last\r\r\n" + "next\r\n";
+        PutBytes(Path("cr_cr_lf.txt"), bytes);
+        auto table = NewTable(Path("cr_cr_lf.txt"));
+        QCOMPARE(Read(*table), std::int64_t(0));
+        QCOMPARE(table->RecordCount, short(1));
+        QCOMPARE(B(table->records[110][0]), QByteArray("last"));
+        QCOMPARE(B(table->records[0][1]), QByteArray("next")); // an uncounted partial record
+    }
+
     void aTrailingEndMarkerIsReadAsAnUncountedRecord() {
         PutBytes(Path("marked.txt"), RecordsFile(2) + "\x04");
         auto table = NewTable(Path("marked.txt"));
