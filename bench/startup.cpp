@@ -4,12 +4,14 @@
 // A third reference, a window holding one label, shows how much of the difference is the font machinery
 // that the first text on screen starts (fontconfig, FreeType), which an empty window never needs.
 //
-// The parent starts this program 20 times in each role; a child shows its window, lets the event loop
-// run once (the window is then laid out and painted), writes one byte to its standard output and exits.
+// The parent starts this program 20 times in each role; a child shows its window, waits for the window's
+// first paint, writes one byte to its standard output and exits.
 // The parent times process start to that byte and takes the child's peak RSS from wait4().
 #include "app/startup.h"
+#include "console/console_window.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QLabel>
 #include <QTimer>
 #include <QWidget>
@@ -38,19 +40,41 @@ struct Sample {
 
 enum class Role { Console, Empty, Label };
 
+// Reports "shown" on the window's first paint: its controls are then laid out and drawn once.
+class FirstPaint : public QObject {
+public:
+    explicit FirstPaint(QWidget* window) { window->installEventFilter(this); }
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::Paint && !reported) {
+            reported = true;
+            // Quit once the paint is done, from the event loop.
+            QTimer::singleShot(0, [] {
+                (void)!write(STDOUT_FILENO, "!", 1);
+                QCoreApplication::exit(0);
+            });
+        }
+        return false;
+    }
+
+private:
+    bool reported = false;
+};
+
 int RunChild(char** argv, Role role) {
     int programArgc = 1; // the program's own command line stays empty (no unattended download)
     QApplication app(programArgc, argv);
     QWidget window;
-    if (role == Role::Console)
+    QWidget* shown = &window;
+    if (role == Role::Console) {
         StartProgram();
-    else if (role == Role::Label)
-        (new QLabel("Velmora LT", &window))->show();
-    if (role != Role::Console) window.show();
-    QTimer::singleShot(0, [] {
-        (void)!write(STDOUT_FILENO, "!", 1);
-        QCoreApplication::exit(0);
-    });
+        shown = app::Console();
+    } else {
+        if (role == Role::Label) new QLabel("Velmora LT", &window);
+        window.show();
+    }
+    FirstPaint firstPaint(shown);
     return QApplication::exec();
 }
 

@@ -11,23 +11,24 @@
 #include <QStringList>
 
 namespace {
-QPointer<frmQuillmaxSerial> console;
-}
+// The console of the running program; a namespace of the console subsystem shares the plain name.
+QPointer<frmQuillmaxSerial> runningConsole;
+} // namespace
 
 namespace app {
 frmQuillmaxSerial* Console() {
-    return console;
+    return runningConsole;
 }
 } // namespace app
 
 void StartProgram() {
     // A new run of the program: a console left by an earlier run (tests start several) goes first.
-    delete console;
+    delete runningConsole;
     vb::ResetEnded();
     vb::InstallFontSubstitutes();
     QStringList arguments = QCoreApplication::arguments();
     if (!arguments.isEmpty()) arguments.removeFirst();
     app::SetProgramCommandLine(vb::FromQString(arguments.join(' ')));
-    console = new frmQuillmaxSerial();
-    console->show();
+    runningConsole = new frmQuillmaxSerial();
+    runningConsole->show();
 }

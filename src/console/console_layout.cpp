@@ -129,6 +129,7 @@ void frmQuillmaxSerial::CreateControls() {
     ProgressBar1->setObjectName("ProgressBar1");
     ProgressBar1->setGeometry(vb::TwipsRect(6480, 1800, 2295, 315));
     ProgressBar1->setTextVisible(false);
+    ProgressBar1->setValue(ProgressBar1->minimum()); // the classic bar starts at its minimum, not "no value"
     ProgressBar1->setVisible(false);
 
     txtHowMany = new QLineEdit(this);

@@ -19,7 +19,9 @@ QStringList CommonDialog::NameFilters(const std::string& filter) {
         QString patterns = parts[i + 1];
         patterns.replace(';', ' ');
         if (description.isEmpty() && patterns.isEmpty()) continue;
-        filters << (description.contains('(') ? description : description + " (" + patterns + ")");
+        // Qt lists what the last "(...)" names; a description that already ends in the patterns is kept.
+        const bool showsPatterns = description.endsWith("(" + patterns + ")");
+        filters << (showsPatterns ? description : description + " (" + patterns + ")");
     }
     return filters;
 }

@@ -3,6 +3,7 @@
 #include "platform/vb_text.h"
 
 #include <QApplication>
+#include <QKeyEvent>
 #include <QMessageBox>
 #include <QPushButton>
 #include <array>
@@ -69,11 +70,29 @@ int AnswerCode(QMessageBox::StandardButton button) {
     }
 }
 
+// A box without a cancelling button (Yes/No, Abort/Retry/Ignore) is answered only by its buttons: Esc
+// and the window's close button do nothing (Qt would otherwise take No or Abort for them).
+class AnswerOnlyByButtons : public QObject {
+public:
+    using QObject::QObject;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override {
+        if (event->type() == QEvent::Close) {
+            event->ignore(); // a close request is refused by ignoring it
+            return true;
+        }
+        if (event->type() == QEvent::KeyPress || event->type() == QEvent::ShortcutOverride)
+            return static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape;
+        return false;
+    }
+};
+
 } // namespace
 
 int MsgBox(const std::string& prompt, int style, const std::string& title) {
     QMessageBox box(QApplication::activeWindow());
-    box.setWindowTitle(ToQString(title.empty() ? std::string(kApplicationTitle) : title));
+    box.setWindowTitle(ToQString(title));
     box.setText(ToQString(prompt));
     box.setTextFormat(Qt::PlainText);
     box.setIcon(IconOf(style));
@@ -86,7 +105,11 @@ int MsgBox(const std::string& prompt, int style, const std::string& title) {
     const int defaultIndex = (style & 0x300) >> 8;
     if (defaultIndex < 3 && set.buttons[defaultIndex] != QMessageBox::NoButton)
         box.setDefaultButton(set.buttons[defaultIndex]);
-    if (set.escape != QMessageBox::NoButton) box.setEscapeButton(set.escape);
+    AnswerOnlyByButtons answerOnlyByButtons;
+    if (set.escape != QMessageBox::NoButton)
+        box.setEscapeButton(set.escape);
+    else
+        box.installEventFilter(&answerOnlyByButtons);
 
     box.setWindowModality(Qt::ApplicationModal);
     // A system-modal box stays above every window, the program's and others'.

@@ -4,7 +4,8 @@
 //       + icon (16 critical, 32 question, 48 exclamation, 64 information)
 //       + default button (0 first, 256 second, 512 third)
 //       + 4096 system-modal (kept above every window).
-// The box is modal and returns the classic answer code of the button pressed.
+// The box is modal and returns the classic answer code of the button pressed. Esc answers Cancel where
+// there is one and OK on an OK box; a Yes/No or Abort/Retry/Ignore box is answered only by its buttons.
 #pragma once
 
 #include <string>
@@ -37,9 +38,10 @@ enum MsgBoxResult : int {
     vbNo = 7
 };
 
-// The program's title, used for boxes that are given none.
+// The program's own title, for the boxes the runtime shows itself ("Run-time error ...").
 inline constexpr const char* kApplicationTitle = "Velmora LT Uploader/Downloader Tool";
 
+// Shows the box with exactly this title (an empty one stays empty) and returns the answer code.
 int MsgBox(const std::string& prompt, int style, const std::string& title);
 
 } // namespace vb

@@ -35,24 +35,25 @@ std::vector<std::string> Matching(const std::string& folder, const std::string& 
     return found;
 }
 
-std::set<std::string> ConsoleDevices() {
+// The devices the system console writes to ("ttyS0 tty0" names the console's devices).
+std::set<std::string> ConsoleDevices(const DeviceRoots& roots) {
     std::set<std::string> devices;
-    std::ifstream active("/sys/class/tty/console/active");
+    std::ifstream active(roots.consoleActive);
     std::string name;
     while (active >> name)
-        devices.insert("/dev/" + name);
+        devices.insert((fs::path(roots.dev) / name).string());
     return devices;
 }
 
 } // namespace
 
-std::vector<std::string> MachineSerialDevices() {
+std::vector<std::string> MachineSerialDevices(const DeviceRoots& roots) {
     std::set<std::string> usb;
     for (const char* prefix : {"ttyUSB", "ttyACM"})
-        for (const auto& path : Matching("/dev", prefix))
+        for (const auto& path : Matching(roots.dev, prefix))
             usb.insert(path);
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator("/dev/serial/by-id", error)) {
+    for (const auto& entry : fs::directory_iterator(fs::path(roots.dev) / "serial" / "by-id", error)) {
         std::error_code resolveError;
         const fs::path target = fs::canonical(entry.path(), resolveError);
         if (!resolveError) usb.insert(target.string());
@@ -60,11 +61,13 @@ std::vector<std::string> MachineSerialDevices() {
     std::vector<std::string> devices(usb.begin(), usb.end());
     std::sort(devices.begin(), devices.end(), NumericOrder);
 
-    std::vector<std::string> builtIn = Matching("/dev", "ttyS");
+    // A built-in port that a by-id link already named keeps its place among the adapters.
+    std::vector<std::string> builtIn = Matching(roots.dev, "ttyS");
+    std::erase_if(builtIn, [&](const std::string& path) { return usb.count(path) > 0; });
     std::sort(builtIn.begin(), builtIn.end(), NumericOrder);
     devices.insert(devices.end(), builtIn.begin(), builtIn.end());
 
-    const std::set<std::string> console = ConsoleDevices();
+    const std::set<std::string> console = ConsoleDevices(roots);
     std::erase_if(devices, [&](const std::string& path) { return console.count(path) > 0; });
     return devices;
 }

@@ -17,7 +17,13 @@ inline constexpr int kHighestPort = 40;
 // The device path of port `port`; "" when the port has no device.
 std::string DeviceForPort(int port);
 
+// Where the machine's devices and the name of its system console are read from.
+struct DeviceRoots {
+    std::string dev = "/dev";
+    std::string consoleActive = "/sys/class/tty/console/active";
+};
+
 // The machine's serial devices in port order (used when VELMORA_PORTS is not set).
-std::vector<std::string> MachineSerialDevices();
+std::vector<std::string> MachineSerialDevices(const DeviceRoots& roots = {});
 
 } // namespace vb

@@ -12,11 +12,12 @@ struct ProgramEnded : std::exception {
     const char* what() const noexcept override { return "program ended"; }
 };
 
-// Hides every window without running its close handlers, makes the event loop return 0 and throws
-// ProgramEnded so that nothing after the call runs.
+// Hides every window without running its close handlers, makes the running event loops return (the
+// application's with 0) and throws ProgramEnded so that nothing after the call runs.
 [[noreturn]] void End();
 bool HasEnded();
-// A new run of the program starts (StartProgram): the ended state is cleared.
+// A new run of the program starts (StartProgram; tests start several in one process): the ended state is
+// cleared, and modal loops wait for their answers again.
 void ResetEnded();
 
 } // namespace vb

@@ -33,9 +33,13 @@ void Sleep(int milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }
 
+double BusyDelaySeconds(double count) {
+    return count / kCountsPerSecond * EnvNumber("VELMORA_DELAY_SCALE", 1.0);
+}
+
 void BusyDelay(double count) {
-    const double seconds = count / kCountsPerSecond * EnvNumber("VELMORA_DELAY_SCALE", 1.0);
-    const auto until = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    const auto until =
+        std::chrono::steady_clock::now() + std::chrono::duration<double>(BusyDelaySeconds(count));
     while (std::chrono::steady_clock::now() < until) {
     }
 }

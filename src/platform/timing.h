@@ -14,6 +14,8 @@ void Sleep(int milliseconds);
 // (750000 counts = 150 ms, so the three communication rates keep their 3 : 1 : 6 ratio on every machine).
 // VELMORA_DELAY_SCALE (a factor, tests only) shortens it.
 void BusyDelay(double count);
+// How long BusyDelay(count) waits, in seconds.
+double BusyDelaySeconds(double count);
 
 // A counted busy loop the optimiser cannot remove (the upload editor's per-character pause).
 void BusyCount(long count);

@@ -28,6 +28,7 @@ private slots:
     void connectionLight();
     void hiddenCombosStartValues();
     void startUpState();
+    void designedTabOrderHoldsEveryControl();
     void tabOrderReachesTheCombosBelowTheWindow();
     void baudComboChangedByKeyboardAppliesSettings();
     void rateComboChangedByKeyboardSetsDelay_data();
@@ -62,29 +63,35 @@ void ConsoleWindowTest::controls_data() {
     QTest::addColumn<QRect>("twips");
     QTest::addColumn<bool>("enabled");
     QTest::addColumn<bool>("visible");
-    auto row = [](const char* name, const char* caption, QRect twips, bool enabled, bool visible) {
-        QTest::newRow(name) << QString(name) << QString(caption) << twips << enabled << visible;
+    QTest::addColumn<double>("points");
+    QTest::addColumn<bool>("bold");
+    QTest::addColumn<int>("foreColor"); // Windows colour value; -1: the system's text colour
+    auto row = [](const char* name, const char* caption, QRect twips, bool enabled, bool visible,
+                  double points = 8.25, bool bold = false, int foreColor = -1) {
+        QTest::newRow(name) << QString(name) << QString(caption) << twips << enabled << visible << points
+                            << bold << foreColor;
     };
-    row("Label3", "System Functions", {360, 120, 1935, 255}, true, true);
+    const int darkBlue = 0xC00000, blue = 0xFF0000;
+    row("Label3", "System Functions", {360, 120, 1935, 255}, true, true, 9.75, true, darkBlue);
     row("cmdCustomerName", "Set &Company Name", {120, 720, 2295, 375}, false, true);
     row("cmdTitle", "Set &Menu Title", {120, 1200, 2295, 375}, false, true);
     row("cmdDateTime", "Set &Date/Time", {120, 1680, 2295, 375}, false, true);
     row("cmdPassword", "Set &Password", {120, 2160, 2295, 375}, false, true);
     row("cmdReset", "&Reset Device", {120, 2640, 2295, 375}, false, true);
-    row("Label4", "Upload to Velmora LT from PC", {3200, 120, 2415, 615}, true, true);
+    row("Label4", "Upload to Velmora LT from PC", {3200, 120, 2415, 615}, true, true, 9.75, true, darkBlue);
     row("cmdUploadData", "&Upload File", {3240, 720, 2295, 375}, true, true);
     row("Command1", "Create/&Edit File", {3240, 1200, 2295, 375}, true, true);
     row("cmdCancelUpload", "Cance&l Upload", {3240, 1680, 2295, 375}, false, false);
-    row("Label5", "Download to PC", {6480, 120, 2295, 255}, true, true);
-    row("Label7", "from Velmora LT", {6480, 360, 2295, 255}, true, true);
+    row("Label5", "Download to PC", {6480, 120, 2295, 255}, true, true, 9.75, true, darkBlue);
+    row("Label7", "from Velmora LT", {6480, 360, 2295, 255}, true, true, 9.75, true, darkBlue);
     row("cmdDownload", "Download &VLM File", {6480, 720, 2295, 375}, false, true);
     row("cmdBrowse", "&View VLM File", {6480, 1200, 2295, 375}, true, true);
     row("ProgressBar1", "", {6480, 1800, 2295, 315}, true, false);
     row("Command3", "Ca&ncel Download", {6480, 2040, 2295, 375}, false, false);
     row("Label2", "Downloaded Record:", {6480, 2685, 1575, 255}, true, false);
     row("txtHowMany", "", {8040, 2640, 735, 285}, true, false);
-    row("Label6", "Connection Status", {120, 3600, 915, 435}, true, true);
-    row("lblConnected", "", {1080, 3600, 495, 495}, true, true);
+    row("Label6", "Connection Status", {120, 3600, 915, 435}, true, true, 8.25, false, blue);
+    row("lblConnected", "", {1080, 3600, 495, 495}, true, true, 18, true);
     row("cmdSearch", "&Search for Velmora LT", {1603, 3600, 2175, 495}, true, true);
     row("cmdCancel", "E&xit", {6480, 3720, 2295, 375}, true, true);
     // Below the client area: shown, but out of sight.
@@ -100,12 +107,30 @@ void ConsoleWindowTest::controls() {
     QFETCH(QRect, twips);
     QFETCH(bool, enabled);
     QFETCH(bool, visible);
+    QFETCH(double, points);
+    QFETCH(bool, bold);
+    QFETCH(int, foreColor);
     QWidget* control = Control(console, name.toLatin1().constData());
     QVERIFY(control);
+    QCOMPARE(control->parentWidget(), console);
     QCOMPARE(control->geometry(),
              QRect(twips.x() / 15, twips.y() / 15, twips.width() / 15, twips.height() / 15));
     QCOMPARE(control->isEnabled(), enabled);
     QCOMPARE(control->isVisible(), visible);
+    // Out of sight exactly when it lies below the client area (8910 x 4215 twips).
+    QCOMPARE(control->geometry().top() >= console->height(), twips.y() >= 4215);
+    QCOMPARE(control->font().family(), QString("MS Sans Serif"));
+    QCOMPARE(control->font().pointSizeF(), points);
+    QCOMPARE(control->font().bold(), bold);
+    if (foreColor >= 0) {
+        QCOMPARE(control->property("ForeColor").toInt(), foreColor);
+        QCOMPARE(control->palette().color(QPalette::WindowText),
+                 QColor(foreColor & 0xFF, (foreColor >> 8) & 0xFF, (foreColor >> 16) & 0xFF));
+    } else {
+        QVERIFY(!control->property("ForeColor").isValid());
+        QCOMPARE(control->palette().color(QPalette::Active, QPalette::WindowText),
+                 QApplication::palette().color(QPalette::Active, QPalette::WindowText));
+    }
     if (auto* button = qobject_cast<QPushButton*>(control))
         QCOMPARE(button->text(), caption);
     else if (auto* label = qobject_cast<QLabel*>(control))
@@ -179,6 +204,22 @@ void ConsoleWindowTest::startUpState() {
          {"cmdCustomerName", "cmdTitle", "cmdDateTime", "cmdPassword", "cmdReset", "cmdDownload"})
         QVERIFY2(!Control(console, name)->isEnabled(), name);
     QCOMPARE(QApplication::focusWidget(), Control(console, "cmdSearch"));
+}
+
+void ConsoleWindowTest::designedTabOrderHoldsEveryControl() {
+    // The whole chain as designed, hidden and disabled controls included, starting at the search button.
+    const QStringList designed = {
+        "cmdSearch",     "cmdCustomerName", "cmdTitle",  "cmdDateTime", "cmdPassword", "cmdReset",
+        "cmdUploadData", "cmdCancelUpload", "Command1",  "cmdDownload", "Command3",    "ProgressBar1",
+        "cmdBrowse",     "cboDownload",     "cmdCancel", "cboBaud",     "txtHowMany"};
+    QStringList chain;
+    QWidget* widget = Control(console, "cmdSearch");
+    do {
+        if (designed.contains(widget->objectName()) && !chain.contains(widget->objectName()))
+            chain << widget->objectName();
+        widget = widget->nextInFocusChain();
+    } while (widget != Control(console, "cmdSearch"));
+    QCOMPARE(chain, designed);
 }
 
 void ConsoleWindowTest::tabOrderReachesTheCombosBelowTheWindow() {

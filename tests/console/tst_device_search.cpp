@@ -3,6 +3,7 @@
 #include "console/console_window.h"
 #include "platform/mscomm.h"
 #include "platform/program_end.h"
+#include "support/modal_answerer.h"
 #include "support/ports_folder.h"
 #include "support/program.h"
 #include "tablet.h"
@@ -10,10 +11,15 @@
 #include <QComboBox>
 #include <QElapsedTimer>
 #include <QLabel>
+#include <QProgressBar>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QTest>
+#include <QTimer>
 #include <fcntl.h>
+#include <filesystem>
 #include <memory>
+#include <sys/file.h>
 #include <termios.h>
 #include <unistd.h>
 #include <vector>
@@ -75,6 +81,16 @@ private slots:
     void exitWithThePortOpenClosesIt();
     void escapeTriggersExitAfterASearch();
     void baudComboByKeyboardReopensTheOpenPort();
+    void missingPortFromSixteenOnEndsTheSearch();
+    void portHeldByAnotherProgramEndsTheSearchSilently();
+    void escapeOnAComboTriggersExitAfterAFailedSearch();
+    void closingTheConsoleWithThePortOpenClosesIt();
+    void closingTheConsoleDuringTheSearchStopsIt();
+    void receiveNotificationFillsTheBuffer();
+    void receiveNotificationDuringADownloadCountsOnTheBar();
+    void timerTickCountsAndWrapsAbove32500();
+    void commandLineUsesTheBaudComboAndEndsTheProgram();
+    void singleCharacterCommandLineEndsTheSearchSilently();
 
 private:
     void search();
@@ -111,11 +127,17 @@ void DeviceSearchTest::search() {
 
 void DeviceSearchTest::tabletOnPort3BehindTwoMissingPorts() {
     sim::Tablet& tablet = add(3);
+    ModalAnswerer answerer;
+    intSearchMarker = 7;
     search();
+    QCOMPARE(intSearchMarker, short(0));
+    QVERIFY(answerer.unexpected.isEmpty()); // the search shows no message box
     QCOMPARE(console->lblConnected->text(), QString("3"));
     QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x00FF00u);
     QCOMPARE(console->lblConnected->palette().color(QPalette::Window), QColor(0, 255, 0));
     for (const char* name : kDeviceButtons)
+        QVERIFY2(Control(console, name)->isEnabled(), name);
+    for (const char* name : {"cmdSearch", "Command1", "cmdBrowse", "cmdCancel"})
         QVERIFY2(Control(console, name)->isEnabled(), name);
     QCOMPARE(intComPort, short(3));
     QVERIFY(console->MSComm1.PortOpen());
@@ -286,8 +308,11 @@ void DeviceSearchTest::escapeTriggersExitAfterASearch() {
 
 void DeviceSearchTest::baudComboByKeyboardReopensTheOpenPort() {
     sim::Tablet& tablet = add(3);
+    sim::Tablet& other = add(4);
     search();
     QVERIFY(console->MSComm1.PortOpen());
+    // COM3 now names the other tablet: only a port that is really closed and opened again reaches it.
+    std::filesystem::rename(other.linkPath(), tablet.linkPath());
     auto* baud = console->cboBaud;
     for (int i = 0; i < 20 && QApplication::focusWidget() != baud; ++i)
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
@@ -297,15 +322,200 @@ void DeviceSearchTest::baudComboByKeyboardReopensTheOpenPort() {
     QCOMPARE(console->MSComm1.Settings(), std::string("57600,O,8,1"));
     QVERIFY(console->MSComm1.PortOpen());
     QCOMPARE(console->MSComm1.CommPort(), short(3));
-    const int fd = ::open(tablet.devicePath().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    const int fd = ::open(other.devicePath().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
     QVERIFY(fd >= 0);
     termios line{};
     tcgetattr(fd, &line);
     ::close(fd);
     QCOMPARE(cfgetospeed(&line), speed_t(B57600));
-    // The reopened port still talks to the tablet.
     console->MSComm1.Output(kEnq);
-    QVERIFY(tablet.waitForReceived(2, 2s));
+    QVERIFY(other.waitForReceived(1, 2s));
+    QCOMPARE(other.received(), kEnq);
+    QCOMPARE(tablet.received(), kEnq); // the search's ENQ only
+}
+
+void DeviceSearchTest::missingPortFromSixteenOnEndsTheSearch() {
+    // Ports 1 to 14 are missing and skipped; 15 answers nothing; 16 is missing, so 17 is never tried.
+    add(15, {.silent = true});
+    sim::Tablet& beyond = add(17);
+    LightWatcher light(console);
+    search();
+    QCOMPARE(console->lblConnected->text(), QString());
+    QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x0000FFu);
+    QCOMPARE(beyond.received(), std::string());
+    QVERIFY(!console->MSComm1.PortOpen());
+    QVERIFY(!console->Timer1->Enabled());
+    QCOMPARE(intComPort, short(0));
+    QStringList expected;
+    for (int port = 1; port <= 16; ++port)
+        expected << QString::number(port);
+    expected << QString();
+    QCOMPARE(light.captions(), expected);
+}
+
+void DeviceSearchTest::portHeldByAnotherProgramEndsTheSearchSilently() {
+    sim::Tablet& held = add(1);
+    sim::Tablet& tablet = add(2);
+    const int other = ::open(held.devicePath().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    QVERIFY(other >= 0);
+    QVERIFY(flock(other, LOCK_EX | LOCK_NB) == 0);
+    ModalAnswerer answerer;
+    search();
+    ::close(other);
+    QVERIFY(answerer.unexpected.isEmpty());
+    QCOMPARE(console->lblConnected->text(), QString("1"));
+    QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x0000FFu);
+    QCOMPARE(tablet.received(), std::string());
+    QCOMPARE(held.received(), std::string());
+    QVERIFY(!console->MSComm1.PortOpen());
+    for (const char* name : kDeviceButtons)
+        QVERIFY2(!Control(console, name)->isEnabled(), name);
+    QCOMPARE(console->cursor().shape(), Qt::ArrowCursor);
+}
+
+void DeviceSearchTest::escapeOnAComboTriggersExitAfterAFailedSearch() {
+    // No port at all: the search fails at once, but E&xit is the cancel button from then on.
+    search();
+    QCOMPARE(console->lblConnected->text(), QString());
+    auto* baud = console->cboBaud;
+    for (int i = 0; i < 20 && QApplication::focusWidget() != baud; ++i)
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    QCOMPARE(QApplication::focusWidget(), baud);
+    QTest::keyClick(baud, Qt::Key_Escape);
+    QVERIFY(vb::HasEnded());
+    QVERIFY(!console->isVisible());
+}
+
+void DeviceSearchTest::closingTheConsoleWithThePortOpenClosesIt() {
+    add(3);
+    search();
+    QVERIFY(console->MSComm1.PortOpen());
+    console->close();
+    QVERIFY(!console->MSComm1.PortOpen());
+    QVERIFY(vb::HasEnded());
+    vb::MSComm other;
+    other.setCommPort(3);
+    other.setPortOpen(true);
+    QVERIFY(other.PortOpen());
+}
+
+void DeviceSearchTest::closingTheConsoleDuringTheSearchStopsIt() {
+    add(1, {.replyText = std::string("HELLO")}); // holds the search in its tick wait
+    sim::Tablet& tablet = add(2);
+    // Once port 1 is shown, the close request comes with the next events the search lets through.
+    struct CloseWhenPort1Shown : QObject {
+        explicit CloseWhenPort1Shown(frmQuillmaxSerial* console) : console(console) {
+            console->lblConnected->installEventFilter(this);
+        }
+        bool eventFilter(QObject*, QEvent* event) override {
+            if (event->type() == QEvent::Paint && console->lblConnected->text() == "1" && !armed) {
+                armed = true;
+                QTimer::singleShot(0, console, [this] { console->close(); });
+            }
+            return false;
+        }
+        frmQuillmaxSerial* console;
+        bool armed = false;
+    } closer(console);
+    search();
+    QVERIFY(closer.armed);
+    QVERIFY(vb::HasEnded());
+    QVERIFY(!console->isVisible());
+    QVERIFY(!console->MSComm1.PortOpen());
+    QCOMPARE(console->lblConnected->text(), QString("1"));
+    QCOMPARE(tablet.received(), std::string()); // nothing of the search ran after the end
+    QCOMPARE(intComPort, short(0));
+}
+
+void DeviceSearchTest::receiveNotificationFillsTheBuffer() {
+    add(3);
+    search();
+    console->vntInBuffer = "before ";
+    QCOMPARE(console->ProgressBar1->value(), 0);
+    console->MSComm1.Output(kEnq);
+    QVERIFY(WaitFor([&] { return console->vntInBuffer.size() > 7; }));
+    QCOMPARE(console->vntInBuffer, "before " + kEnq);
+    // Not downloading: neither the bar nor the marker moves.
+    QCOMPARE(console->ProgressBar1->value(), 0);
+    QCOMPARE(console->intDownloadMarker, short(0));
+}
+
+void DeviceSearchTest::receiveNotificationDuringADownloadCountsOnTheBar() {
+    add(3);
+    search();
+    ModalAnswerer answerer;
+    console->vntInBuffer.clear();
+    console->blnDownloading = true;
+    console->MSComm1.Output(kEnq); // one byte comes back: one notification
+    QVERIFY(WaitFor([&] { return !console->vntInBuffer.empty(); }));
+    QCOMPARE(console->intDownloadMarker, short(1));
+    QCOMPARE(console->ProgressBar1->value(), 1);
+    // At the bar's maximum the value cannot grow; that error is ignored and the input still kept.
+    console->ProgressBar1->setMaximum(1);
+    console->MSComm1.Output(kEnq);
+    QVERIFY(WaitFor([&] { return console->vntInBuffer.size() == 2; }));
+    QCOMPARE(console->vntInBuffer, kEnq + kEnq);
+    QCOMPARE(console->ProgressBar1->value(), 1);
+    QCOMPARE(console->intDownloadMarker, short(1));
+    QVERIFY(answerer.unexpected.isEmpty());
+    console->blnDownloading = false;
+}
+
+void DeviceSearchTest::timerTickCountsAndWrapsAbove32500() {
+    console->lngTicks = 32499;
+    console->Timer1_Timer();
+    QCOMPARE(console->lngTicks, 32500);
+    console->Timer1_Timer();
+    QCOMPARE(console->lngTicks, 0);
+    console->Timer1_Timer();
+    QCOMPARE(console->lngTicks, 1);
+    // Ticks arrive from the enabled timer while events are processed.
+    console->Timer1->setEnabled(true);
+    QVERIFY(WaitFor([&] { return console->lngTicks >= 3; }));
+    console->Timer1->setEnabled(false);
+}
+
+void DeviceSearchTest::commandLineUsesTheBaudComboAndEndsTheProgram() {
+    sim::Tablet& tablet = add(1);
+    app::SetProgramCommandLine(" 1, " + ports->path() + "/unattended.vlm  ");
+    console->cboBaud->setCurrentIndex(0); // "19200", set without a click
+    QSignalSpy operations(console, &frmQuillmaxSerial::deviceOperationStarted);
+    search();
+    app::SetProgramCommandLine("");
+    QVERIFY(console->blnCmdLine);
+    QCOMPARE(console->strCmdLine, "1, " + ports->path() + "/unattended.vlm");
+    QCOMPARE(console->strCmdFile, ports->path() + "/unattended.vlm");
+    QCOMPARE(console->strBaud, std::string("19200"));
+    QCOMPARE(console->MSComm1.Settings(), std::string("19200,O,8,1"));
+    QCOMPARE(operations.count(), 1);
+    QCOMPARE(operations.at(0).at(0).toString(), QString("cmdDownload_Click"));
+    // The search itself never ran: no port probed, no cancel button made, and the program ended.
+    QCOMPARE(tablet.received(), std::string());
+    QCOMPARE(intComPort, short(0));
+    QVERIFY(!console->CancelButton());
+    QVERIFY(vb::HasEnded());
+    QVERIFY(!console->isVisible());
+    QVERIFY(!console->MSComm1.PortOpen());
+}
+
+void DeviceSearchTest::singleCharacterCommandLineEndsTheSearchSilently() {
+    sim::Tablet& tablet = add(1);
+    app::SetProgramCommandLine("x");
+    QSignalSpy operations(console, &frmQuillmaxSerial::deviceOperationStarted);
+    ModalAnswerer answerer;
+    search();
+    app::SetProgramCommandLine("");
+    QVERIFY(console->blnCmdLine);
+    QCOMPARE(operations.count(), 0);
+    QVERIFY(answerer.unexpected.isEmpty());
+    QCOMPARE(tablet.received(), std::string());
+    QVERIFY(!vb::HasEnded());
+    QVERIFY(!console->CancelButton());
+    QCOMPARE(console->lblConnected->text(), QString());
+    QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x0000FFu);
+    for (const char* name : kDeviceButtons)
+        QVERIFY2(!Control(console, name)->isEnabled(), name);
+    QCOMPARE(console->cursor().shape(), Qt::ArrowCursor);
 }
 
 VELMORA_PROGRAM_TEST_MAIN(DeviceSearchTest)

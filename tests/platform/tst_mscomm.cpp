@@ -6,8 +6,10 @@
 #include "support/ports_folder.h"
 #include "tablet.h"
 
+#include <QDir>
 #include <QFile>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 #include <fcntl.h>
 #include <fstream>
@@ -53,6 +55,7 @@ private slots:
     void settingsRefusedWith380();
     void portNumbersMapToThePortsFolder();
     void machineListLeavesOutTheConsole();
+    void machineListInPortOrder();
     void portZeroRaises8002();
     void missingPortRaises8002();
     void pathThatIsNotATtyRaises8002();
@@ -133,12 +136,34 @@ void MSCommTest::machineListLeavesOutTheConsole() {
     const std::vector<std::string> devices = vb::MachineSerialDevices();
     while (active >> name)
         QVERIFY2(std::find(devices.begin(), devices.end(), "/dev/" + name) == devices.end(), name.c_str());
-    // Built-in ports come in numeric order: ttyS2 before ttyS10.
-    auto at = [&](const char* path) {
-        return std::find(devices.begin(), devices.end(), path) - devices.begin();
-    };
-    if (at("/dev/ttyS2") < long(devices.size()) && at("/dev/ttyS10") < long(devices.size()))
-        QVERIFY(at("/dev/ttyS2") < at("/dev/ttyS10"));
+    // Without a ports folder, port n is the n-th device of that list.
+    const QByteArray folder = qgetenv("VELMORA_PORTS");
+    qunsetenv("VELMORA_PORTS");
+    const std::string first = vb::DeviceForPort(1);
+    if (!folder.isNull()) qputenv("VELMORA_PORTS", folder);
+    QCOMPARE(first, devices.empty() ? std::string() : devices.front());
+}
+
+void MSCommTest::machineListInPortOrder() {
+    // A device folder of the test's own: adapters, built-in ports, by-id links and a console.
+    QTemporaryDir folder;
+    const std::string dev = QDir(folder.path()).canonicalPath().toStdString();
+    for (const char* name : {"ttyS0", "ttyS1", "ttyS2", "ttyS10", "ttyS4", "ttyUSB1", "ttyUSB0", "ttyACM0",
+                             "tty0", "ttyS", "console"}) {
+        QFile device(QString::fromStdString(dev + "/" + name));
+        QVERIFY(device.open(QIODevice::WriteOnly));
+    }
+    QVERIFY(QDir().mkpath(QString::fromStdString(dev + "/serial/by-id")));
+    QVERIFY(symlink("../../ttyUSB0", (dev + "/serial/by-id/usb-FTDI_FT232R-if00-port0").c_str()) == 0);
+    QVERIFY(symlink("../../ttyS4", (dev + "/serial/by-id/pci-Moxa-port0").c_str()) == 0);
+    QVERIFY(symlink("../../ttyUSB7", (dev + "/serial/by-id/usb-unplugged").c_str()) == 0); // dangling
+    std::ofstream(dev + "/console-active") << "tty0 ttyS0\n";
+
+    const std::vector<std::string> devices = vb::MachineSerialDevices({dev, dev + "/console-active"});
+    std::vector<std::string> expected;
+    for (const char* name : {"ttyACM0", "ttyS4", "ttyUSB0", "ttyUSB1", "ttyS1", "ttyS2", "ttyS10"})
+        expected.push_back(dev + "/" + name);
+    QCOMPARE(devices, expected);
 }
 
 void MSCommTest::portZeroRaises8002() {
@@ -245,22 +270,27 @@ void MSCommTest::pseudoTerminalAcceptsSevenDataBitsAndParity() {
 }
 
 void MSCommTest::outputAndInputCarryBytesUnchanged() {
+    std::string everyByte;
+    for (int byte = 0; byte < 256; ++byte)
+        everyByte += char(byte);
     PortsFolder ports;
-    sim::Tablet tablet(ports.path(), 3);
+    sim::Tablet tablet(ports.path(), 3, sim::Faults{.silent = true});
     vb::MSComm port;
     port.setCommPort(3);
     port.setSettings("115200,O,8,1");
     port.setPortOpen(true);
-    std::string everyByte;
-    for (int byte = 0; byte < 256; ++byte)
-        everyByte += char(byte);
     port.Output(everyByte);
     QVERIFY(tablet.waitForReceived(256, 2s));
     QCOMPARE(tablet.received(), everyByte);
-    // The ENQ among them is echoed once.
-    QVERIFY(QTest::qWaitFor([&] { return port.InBufferCount() == 1; }, 2000));
-    QCOMPARE(port.Input(), std::string("\x05"));
     QCOMPARE(port.InBufferCount(), 0L);
+
+    // Answering ENQ with every byte value, the tablet sends all 256 of them back.
+    tablet.setFaults(sim::Faults{.replyText = everyByte});
+    port.Output("\x05");
+    QVERIFY(QTest::qWaitFor([&] { return port.InBufferCount() == 256; }, 2000));
+    QCOMPARE(port.Input(), everyByte);
+    QCOMPARE(port.InBufferCount(), 0L);
+    QCOMPARE(port.Input(), std::string());
 }
 
 void MSCommTest::inputWithNothingWaitingIsEmpty() {

@@ -19,6 +19,18 @@ SeenBox Describe(QMessageBox* box) {
     return seen;
 }
 
+namespace {
+
+// Sends a modal window away unanswered. A Yes/No box refuses to be closed, so dialogs are rejected.
+void Dismiss(QWidget* modal) {
+    if (auto* dialog = qobject_cast<QDialog*>(modal))
+        dialog->reject();
+    else
+        modal->close();
+}
+
+} // namespace
+
 ModalAnswerer::ModalAnswerer() {
     timer.setInterval(10);
     connect(&timer, &QTimer::timeout, this, &ModalAnswerer::poll);
@@ -30,7 +42,7 @@ void ModalAnswerer::pressInBox(QMessageBox::StandardButton button) {
         auto* box = qobject_cast<QMessageBox*>(widget);
         if (!box) {
             unexpected << widget->windowTitle();
-            widget->close();
+            Dismiss(widget);
             return;
         }
         boxes << Describe(box);
@@ -39,7 +51,7 @@ void ModalAnswerer::pressInBox(QMessageBox::StandardButton button) {
             pressed->click();
         else {
             unexpected << box->windowTitle() + " (no such button)";
-            box->close();
+            Dismiss(box);
         }
     });
 }
@@ -49,7 +61,7 @@ void ModalAnswerer::chooseFile(const QString& path) {
         auto* dialog = qobject_cast<QFileDialog*>(widget);
         if (!dialog) {
             unexpected << widget->windowTitle();
-            widget->close();
+            Dismiss(widget);
             return;
         }
         fileDialogs << dialog->windowTitle();
@@ -63,10 +75,7 @@ void ModalAnswerer::chooseFile(const QString& path) {
 void ModalAnswerer::cancelFileDialog() {
     handle([this](QWidget* widget) {
         fileDialogs << widget->windowTitle();
-        if (auto* dialog = qobject_cast<QDialog*>(widget))
-            dialog->reject();
-        else
-            widget->close();
+        Dismiss(widget);
     });
 }
 
@@ -80,10 +89,7 @@ void ModalAnswerer::poll() {
     lastHandled = modal;
     if (answers.empty()) {
         unexpected << modal->windowTitle();
-        if (auto* dialog = qobject_cast<QDialog*>(modal))
-            dialog->reject();
-        else
-            modal->close();
+        Dismiss(modal);
         return;
     }
     auto answer = std::move(answers.front());

@@ -1,0 +1,198 @@
+// Waits as the program makes them: DoEvents yields to pending events, Sleep and the busy delays do not;
+// the window timer ticks only while events are processed; VELMORA_TICK_MS and VELMORA_DELAY_SCALE shorten
+// the waits in tests. Only lower bounds of time are asserted: a loaded machine can only make waits longer.
+#include "platform/program_end.h"
+#include "platform/timing.h"
+#include "platform/vb_timer.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+// A call queued to the event loop; `ran` turns true only when pending events are processed.
+struct QueuedCall {
+    QueuedCall() {
+        QMetaObject::invokeMethod(
+            qApp, [this] { ran = true; }, Qt::QueuedConnection);
+    }
+    bool ran = false;
+};
+
+// Sets an environment variable for the life of the object.
+struct EnvironmentSetting {
+    EnvironmentSetting(const char* name, const QByteArray& value) : name(name), previous(qgetenv(name)) {
+        if (value.isNull())
+            qunsetenv(name);
+        else
+            qputenv(name, value);
+    }
+    ~EnvironmentSetting() {
+        if (previous.isNull())
+            qunsetenv(name);
+        else
+            qputenv(name, previous);
+    }
+    const char* name;
+    QByteArray previous;
+};
+
+} // namespace
+
+class TimingTest : public QObject {
+    Q_OBJECT
+private slots:
+    void doEventsRunsPendingEvents();
+    void sleepProcessesNoEvents();
+    void busyDelayProcessesNoEvents();
+    void busyCountProcessesNoEvents();
+    void busyDelayIsProportionalToTheCount_data();
+    void busyDelayIsProportionalToTheCount();
+    void timerIntervalFromTheEnvironment_data();
+    void timerIntervalFromTheEnvironment();
+    void timerTicksOnlyWhileEventsAreProcessed();
+    void enablingARunningTimerKeepsItsInterval();
+    void disabledTimerDoesNotTick();
+    void doEventsAfterTheProgramEndedUnwindsTheHandler();
+};
+
+void TimingTest::doEventsRunsPendingEvents() {
+    QueuedCall call;
+    QVERIFY(!call.ran);
+    vb::DoEvents();
+    QVERIFY(call.ran);
+}
+
+void TimingTest::sleepProcessesNoEvents() {
+    QueuedCall call;
+    QElapsedTimer clock;
+    clock.start();
+    vb::Sleep(30);
+    QVERIFY(clock.elapsed() >= 30);
+    QVERIFY(!call.ran);
+    vb::DoEvents();
+    QVERIFY(call.ran);
+}
+
+void TimingTest::busyDelayProcessesNoEvents() {
+    EnvironmentSetting scale("VELMORA_DELAY_SCALE", QByteArray());
+    QueuedCall call;
+    QElapsedTimer clock;
+    clock.start();
+    vb::BusyDelay(100000); // 20 ms
+    QVERIFY(clock.elapsed() >= 20);
+    QVERIFY(!call.ran);
+}
+
+void TimingTest::busyCountProcessesNoEvents() {
+    QueuedCall call;
+    vb::BusyCount(200000);
+    QVERIFY(!call.ran);
+}
+
+void TimingTest::busyDelayIsProportionalToTheCount_data() {
+    QTest::addColumn<QByteArray>("scale");
+    QTest::addColumn<double>("count");
+    QTest::addColumn<double>("seconds");
+    QTest::newRow("Normal Speed") << QByteArray() << 750000.0 << 0.150;
+    QTest::newRow("Maximum Speed") << QByteArray() << 250000.0 << 0.050;
+    QTest::newRow("Slow Speed!") << QByteArray() << 1500000.0 << 0.300;
+    QTest::newRow("scaled by 0.1") << QByteArray("0.1") << 750000.0 << 0.015;
+    QTest::newRow("scaled by 2") << QByteArray("2") << 250000.0 << 0.100;
+    QTest::newRow("a scale that is no number") << QByteArray("fast") << 750000.0 << 0.150;
+    QTest::newRow("a scale of 0") << QByteArray("0") << 750000.0 << 0.150;
+}
+
+void TimingTest::busyDelayIsProportionalToTheCount() {
+    QFETCH(QByteArray, scale);
+    QFETCH(double, count);
+    QFETCH(double, seconds);
+    EnvironmentSetting setting("VELMORA_DELAY_SCALE", scale);
+    QVERIFY(qAbs(vb::BusyDelaySeconds(count) - seconds) < 1e-9);
+    QElapsedTimer clock;
+    clock.start();
+    vb::BusyDelay(count);
+    QVERIFY(clock.nsecsElapsed() >= qint64(seconds * 1e9));
+}
+
+void TimingTest::timerIntervalFromTheEnvironment_data() {
+    QTest::addColumn<QByteArray>("tick");
+    QTest::addColumn<int>("interval");
+    QTest::newRow("not set") << QByteArray() << 50;
+    QTest::newRow("2 ms") << QByteArray("2") << 2;
+    QTest::newRow("0 is ignored") << QByteArray("0") << 50;
+    QTest::newRow("negative is ignored") << QByteArray("-5") << 50;
+    QTest::newRow("no number is ignored") << QByteArray("soon") << 50;
+}
+
+void TimingTest::timerIntervalFromTheEnvironment() {
+    QFETCH(QByteArray, tick);
+    QFETCH(int, interval);
+    EnvironmentSetting setting("VELMORA_TICK_MS", tick);
+    QCOMPARE(vb::TimerIntervalMs(50), interval);
+    vb::Timer timer(50);
+    QCOMPARE(timer.Interval(), interval);
+    QVERIFY(!timer.Enabled()); // a new timer waits to be enabled
+}
+
+void TimingTest::timerTicksOnlyWhileEventsAreProcessed() {
+    EnvironmentSetting setting("VELMORA_TICK_MS", "2");
+    vb::Timer timer(50);
+    QSignalSpy ticks(&timer, &vb::Timer::Tick);
+    timer.setEnabled(true);
+    QVERIFY(timer.Enabled());
+    vb::Sleep(40); // twenty intervals pass with no event processing
+    QCOMPARE(ticks.count(), 0);
+    QVERIFY(QTest::qWaitFor([&] { return ticks.count() > 0; }, 5000));
+}
+
+void TimingTest::enablingARunningTimerKeepsItsInterval() {
+    // The search enables the timer on every pass of its wait; a restart each time would starve it of ticks.
+    EnvironmentSetting setting("VELMORA_TICK_MS", "20");
+    vb::Timer timer(50);
+    QSignalSpy ticks(&timer, &vb::Timer::Tick);
+    QElapsedTimer clock;
+    clock.start();
+    while (ticks.count() == 0 && clock.elapsed() < 5000) {
+        timer.setEnabled(true);
+        vb::DoEvents();
+        vb::Sleep(1);
+    }
+    QVERIFY(ticks.count() > 0);
+}
+
+void TimingTest::disabledTimerDoesNotTick() {
+    EnvironmentSetting setting("VELMORA_TICK_MS", "2");
+    vb::Timer timer(50);
+    QSignalSpy ticks(&timer, &vb::Timer::Tick);
+    timer.setEnabled(true);
+    timer.setEnabled(false);
+    QVERIFY(!timer.Enabled());
+    QTest::qWait(40);
+    QCOMPARE(ticks.count(), 0);
+}
+
+void TimingTest::doEventsAfterTheProgramEndedUnwindsTheHandler() {
+    bool unwound = false;
+    try {
+        vb::End();
+    } catch (const vb::ProgramEnded&) {
+        unwound = true;
+    }
+    QVERIFY(unwound);
+    // A handler still running (it called DoEvents when another one ended the program) stops there.
+    bool stopped = false;
+    try {
+        vb::DoEvents();
+    } catch (const vb::ProgramEnded&) {
+        stopped = true;
+    }
+    vb::ResetEnded();
+    QVERIFY(stopped);
+    vb::DoEvents(); // a new run of the program waits normally again
+}
+
+QTEST_MAIN(TimingTest)
+#include "tst_timing.moc"
