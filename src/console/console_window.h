@@ -12,6 +12,7 @@
 
 #include <QWidget>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 class QComboBox;
@@ -19,6 +20,14 @@ class QLabel;
 class QLineEdit;
 class QProgressBar;
 class QPushButton;
+
+namespace console {
+struct Command;
+struct Stage;
+} // namespace console
+namespace settings {
+struct TextSetting;
+}
 
 class frmQuillmaxSerial : public QWidget {
     Q_OBJECT
@@ -99,8 +108,12 @@ public:
     // The device search behind "&Search for Velmora LT", command-line branch included.
     void DeviceSearch();
 
+    // The command exchange every device command runs, inside the device commands' error trap.
+    void RunCommandExchange(const console::Command& command);
+
 signals:
-    // A device operation's handler has started (the search's unattended branch runs them in order).
+    // The download, the viewer or the upload has been asked for (the search's unattended branch runs the
+    // download before the reset).
     void deviceOperationStarted(const QString& handler);
 
 protected:
@@ -114,6 +127,15 @@ private:
     QList<QPushButton*> DeviceButtons() const;
     void ShowPortInLight(int port);
     void ClosePortIfOpen();
+
+    // The device commands' error trap: a run-time error shows its description titled "ERROR" (none for
+    // a cancelled file dialog) and ends the command, leaving the port as it was.
+    void TrapDeviceCommandErrors(const std::function<void()>& body);
+    // The exchange without the trap; false from a stage when its echo did not come in time.
+    void ExchangeStages(const console::Command& command);
+    bool ExchangeStage(const console::Stage& stage);
+    // Company name, main menu title and password: ask for the value, then send it.
+    void SetTextSetting(const settings::TextSetting& setting);
 
     QPushButton* cancelButton = nullptr;
 };

@@ -1,6 +1,5 @@
-// The console's buttons that lead elsewhere. Each device operation's handler announces that it has
-// started; the download, the viewer, the settings commands, the reset and the upload do their work behind
-// these entry points.
+// The console's buttons that lead elsewhere. The download, the viewer and the upload announce that they
+// have started; their work is done behind these entry points.
 #include "console/console_window.h"
 #include "editor/frm_korvani_upload_utility.h"
 
@@ -10,26 +9,6 @@ void frmQuillmaxSerial::cmdDownload_Click() {
 
 void frmQuillmaxSerial::cmdBrowse_Click() {
     emit deviceOperationStarted("cmdBrowse_Click");
-}
-
-void frmQuillmaxSerial::cmdCustomerName_Click() {
-    emit deviceOperationStarted("cmdCustomerName_Click");
-}
-
-void frmQuillmaxSerial::cmdTitle_Click() {
-    emit deviceOperationStarted("cmdTitle_Click");
-}
-
-void frmQuillmaxSerial::cmdPassword_Click() {
-    emit deviceOperationStarted("cmdPassword_Click");
-}
-
-void frmQuillmaxSerial::cmdDateTime_Click() {
-    emit deviceOperationStarted("cmdDateTime_Click");
-}
-
-void frmQuillmaxSerial::cmdReset_Click() {
-    emit deviceOperationStarted("cmdReset_Click");
 }
 
 void frmQuillmaxSerial::cmdUploadData_Click() {

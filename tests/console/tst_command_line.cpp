@@ -3,13 +3,15 @@
 #include "app/globals.h"
 #include "console/console_window.h"
 #include "platform/program_end.h"
+#include "support/modal_answerer.h"
 #include "support/ports_folder.h"
 #include "support/program.h"
 #include "tablet.h"
 
+#include <QAbstractButton>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPushButton>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace testing_support;
@@ -42,11 +44,20 @@ void CommandLineTest::searchFollowsTheCommandLine() {
     QVERIFY2(!arguments.isEmpty(), "run with a command line, as CTest does");
     const QString commandLine = arguments.join(' ').trimmed();
     frmQuillmaxSerial* console = StartConsole();
-    QSignalSpy operations(console, &frmQuillmaxSerial::deviceOperationStarted);
-    QTest::mouseClick(console->cmdSearch, Qt::LeftButton);
+    // The download announces itself; the reset, run on port 0 before any search, shows its port error.
     QStringList ran;
-    for (const QList<QVariant>& operation : operations)
-        ran << operation.at(0).toString();
+    connect(console, &frmQuillmaxSerial::deviceOperationStarted, this,
+            [&ran](const QString& handler) { ran << handler; });
+    ModalAnswerer answerer;
+    if (commandLine.startsWith("0,"))
+        answerer.handle([&ran, &answerer](QWidget* box) {
+            ran << "reset's box: " + box->windowTitle() + " / " + qobject_cast<QMessageBox*>(box)->text();
+            answerer.boxes << Describe(qobject_cast<QMessageBox*>(box));
+            qobject_cast<QMessageBox*>(box)->button(QMessageBox::Ok)->click();
+        });
+    QTest::mouseClick(console->cmdSearch, Qt::LeftButton);
+    QVERIFY2(answerer.unexpected.isEmpty(), qPrintable(answerer.unexpected.join(", ")));
+    QCOMPARE(answerer.pending(), 0);
 
     // No port is probed either way: the unattended branch comes before the search.
     QCOMPARE(tablet->received(), std::string());
@@ -65,9 +76,11 @@ void CommandLineTest::searchFollowsTheCommandLine() {
     }
     QCOMPARE(console->strCmdFile, commandLine.mid(2).trimmed().toStdString());
     QCOMPARE(console->MSComm1.Settings(), std::string("115200,O,8,1"));
-    if (commandLine.startsWith("0,"))
-        QCOMPARE(ran, QStringList({"cmdDownload_Click", "cmdReset_Click"}));
-    else
+    if (commandLine.startsWith("0,")) {
+        QCOMPARE(ran, QStringList({"cmdDownload_Click", "reset's box: ERROR / Invalid Port Number"}));
+        QCOMPARE(answerer.boxes[0].icon, QMessageBox::NoIcon);
+        QVERIFY(answerer.boxes[0].systemModal);
+    } else
         QCOMPARE(ran, QStringList({"cmdDownload_Click"}));
     QVERIFY(vb::HasEnded());
     QVERIFY(!console->isVisible());
