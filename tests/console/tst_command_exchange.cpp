@@ -8,6 +8,7 @@
 #include "support/program.h"
 #include "support/shown_box_spy.h"
 
+#include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -47,6 +48,7 @@ private slots:
     void noSearchYetShowsThePortErrorTitledError();
     void portHeldByAnotherProgramShowsItsDescription();
     void portOpenBeforeTheCommandIsClosedAndOpenedAgain();
+    void errorAfterOpeningIsShownAndLeavesThePortOpen();
 
 private:
     void reset() { session->console->cmdReset->click(); }
@@ -192,6 +194,29 @@ void CommandExchangeTest::portOpenBeforeTheCommandIsClosedAndOpenedAgain() {
     QCOMPARE(answerer->boxes.size(), 1);
     QCOMPARE(answerer->boxes[0].text, QString("Tablet successfully reset"));
     QCOMPARE(session->console->MSComm1.CommPort(), short(FoundTablet::kPort));
+}
+
+void CommandExchangeTest::errorAfterOpeningIsShownAndLeavesThePortOpen() {
+    // The tablet hangs up once the console has read its echo of the password command. The password
+    // makes all 1000 polls after that byte, so the line is down well before the value is written; the
+    // write fails, the trap shows the serial layer's description, and the port stays open.
+    session->tablet->setFaults({.hangUpOn = '\x10'});
+    answerer->handle([](QWidget* dialog) {
+        dialog->findChild<QLineEdit*>("txtResponse")->setText("1234");
+        dialog->findChild<QPushButton*>("cmdOK")->click();
+    });
+    answerer->pressInBox(QMessageBox::Ok);
+    session->console->cmdPassword->click();
+    QCOMPARE(answerer->boxes.size(), 1);
+    const SeenBox box = answerer->boxes[0];
+    QCOMPARE(box.title, QString("ERROR"));
+    QCOMPARE(box.text, QString("The device is not open: %1 Input/output error")
+                           .arg(QString::fromStdString(session->ports.port(FoundTablet::kPort))));
+    QCOMPARE(box.icon, QMessageBox::NoIcon);
+    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QVERIFY(box.systemModal);
+    QVERIFY(session->console->MSComm1.PortOpen());
+    QCOMPARE(session->tablet->received(), std::string("\x05\x10"));
 }
 
 VELMORA_PROGRAM_TEST_MAIN(CommandExchangeTest)
