@@ -3,6 +3,7 @@
 // their labels lie below it, out of sight but reachable with the Tab key.
 #include "console/console_window.h"
 
+#include "platform/fonts.h"
 #include "platform/ole_color.h"
 #include "platform/twips.h"
 
@@ -65,14 +66,6 @@ constexpr ButtonRow kButtons[] = {
     {&frmQuillmaxSerial::cmdCancel, "cmdCancel", "E&xit", 6480, 3720, 2295, 375, true, true},
 };
 
-QFont DesignFont(double points, bool bold) {
-    QFont font("MS Sans Serif");
-    font.setStyleHint(QFont::SansSerif);
-    font.setPointSizeF(points);
-    font.setBold(bold);
-    return font;
-}
-
 QComboBox* MakeList(QWidget* parent, const char* name, const QStringList& items, const QString& text,
                     QRect place) {
     auto* combo = new QComboBox(parent);
@@ -88,7 +81,7 @@ QComboBox* MakeList(QWidget* parent, const char* name, const QStringList& items,
 void frmQuillmaxSerial::CreateControls() {
     setObjectName("frmQuillmaxSerial");
     setWindowTitle("Lumacor Velmora LT Uploader/Downloader Tool");
-    setFont(DesignFont(8.25, false));
+    setFont(vb::DesignFont(8.25, false));
     setFixedSize(vb::Twips(8910), vb::Twips(4215));
 
     for (const LabelRow& row : kLabels) {
@@ -99,7 +92,7 @@ void frmQuillmaxSerial::CreateControls() {
         label->setWordWrap(row.heading == Heading::CentredTwoLines || row.height > 300);
         label->setAlignment(Qt::AlignTop | Qt::AlignLeft);
         if (row.heading != Heading::None) {
-            label->setFont(DesignFont(9.75, true));
+            label->setFont(vb::DesignFont(9.75, true));
             vb::SetForeColor(label, vb::kDarkBlue);
         }
         if (row.heading == Heading::Centred || row.heading == Heading::CentredTwoLines)
@@ -113,7 +106,7 @@ void frmQuillmaxSerial::CreateControls() {
     lblConnected->setGeometry(vb::TwipsRect(1080, 3600, 495, 495));
     lblConnected->setFrameStyle(QFrame::Box | QFrame::Plain);
     lblConnected->setAlignment(Qt::AlignCenter);
-    lblConnected->setFont(DesignFont(18, true));
+    lblConnected->setFont(vb::DesignFont(18, true));
 
     for (const ButtonRow& row : kButtons) {
         auto* button = new QPushButton(row.caption, this);

@@ -4,6 +4,7 @@
 #include "editor/frm_korvani_upload_utility.h"
 #include "editor/memo_box.h"
 #include "editor/tab_strip.h"
+#include "platform/fonts.h"
 #include "platform/vb_text.h"
 
 #include <QComboBox>
@@ -97,10 +98,7 @@ void frmKorvaniUploadUtility::BuildControls() {
     setObjectName("frmKorvaniUploadUtility");
     setWindowTitle("Lumacor Velmora LT Uploader");
     // The design font of the program's windows; the controls made below inherit it.
-    QFont designFont("MS Sans Serif");
-    designFont.setStyleHint(QFont::SansSerif);
-    designFont.setPointSizeF(8.25);
-    setFont(designFont);
+    setFont(vb::DesignFont());
     setFixedSize(TwipsToPixels(kFormWidth), TwipsToPixels(kFormHeight));
 
     // File actions along the top.

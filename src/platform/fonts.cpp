@@ -11,4 +11,12 @@ void InstallFontSubstitutes() {
     QFont::insertSubstitutions("Arial", sans);
 }
 
+QFont DesignFont(double points, bool bold) {
+    QFont font("MS Sans Serif");
+    font.setStyleHint(QFont::SansSerif);
+    font.setPointSizeF(points);
+    font.setBold(bold);
+    return font;
+}
+
 } // namespace vb

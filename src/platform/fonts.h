@@ -3,6 +3,13 @@
 // fit the places designed for them.
 #pragma once
 
+class QFont;
+
 namespace vb {
+
 void InstallFontSubstitutes();
-}
+
+// The windows' design font, "MS Sans Serif" at `points` (8.25 for controls, 9.75 bold for headings).
+QFont DesignFont(double points = 8.25, bool bold = false);
+
+} // namespace vb

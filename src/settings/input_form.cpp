@@ -1,6 +1,7 @@
 #include "settings/input_form.h"
 
 #include "app/globals.h"
+#include "platform/fonts.h"
 #include "platform/handler.h"
 #include "platform/msgbox.h"
 #include "platform/program_end.h"
@@ -51,13 +52,6 @@ private:
     }
 };
 
-QFont DesignFont() {
-    QFont font("MS Sans Serif");
-    font.setStyleHint(QFont::SansSerif);
-    font.setPointSizeF(8.25);
-    return font;
-}
-
 } // namespace
 
 void ShowInputForm() {
@@ -83,7 +77,7 @@ InputForm::~InputForm() = default;
 void InputForm::CreateControls() {
     setObjectName("InputForm");
     setWindowTitle("Input Form");
-    setFont(DesignFont());
+    setFont(vb::DesignFont());
     setFixedSize(vb::Twips(4785), vb::Twips(1575));
 
     lblPlease = new QLabel(this);
