@@ -2,10 +2,8 @@
 // tablet found by the search.
 #include "platform/clock.h"
 #include "settings/date_time_text.h"
-#include "support/found_tablet.h"
-#include "support/modal_answerer.h"
+#include "support/device_command_run.h"
 #include "support/program.h"
-#include "support/shown_box_spy.h"
 
 #include <QPushButton>
 #include <QTest>
@@ -107,14 +105,13 @@ void DateTimeTest::stampAtTheTurnOfTheYearMixesTwoMoments() {
 }
 
 void DateTimeTest::setsTheTabletsClock() {
-    FoundTablet session;
+    DeviceCommandRun session;
     QVERIFY(session.found);
     StopClockAt(At(2026, 11, 3, 18, 15));
-    ModalAnswerer answerer;
-    answerer.pressInBox(QMessageBox::Ok);
+    session.answerer.pressInBox(QMessageBox::Ok);
     session.console->cmdDateTime->click();
-    QCOMPARE(answerer.boxes.size(), 1);
-    const SeenBox box = answerer.boxes[0];
+    QCOMPARE(session.answerer.boxes.size(), 1);
+    const SeenBox box = session.answerer.boxes[0];
     QCOMPARE(box.title, QString("UPDATE"));
     QCOMPARE(box.text, QString("Time/Date successfully updated"));
     QCOMPARE(box.icon, QMessageBox::Information);
@@ -124,11 +121,11 @@ void DateTimeTest::setsTheTabletsClock() {
                                                      "11/3/26/18:15\r"));
     QCOMPARE(session.tablet->state().clock, std::string("11/3/26/18:15"));
     QVERIFY(!session.console->MSComm1.PortOpen());
-    QVERIFY(answerer.unexpected.isEmpty());
+    QVERIFY(session.answerer.unexpected.isEmpty());
 }
 
 void DateTimeTest::clockIsReadOnlyAfterTheCommandBytesEcho() {
-    FoundTablet session;
+    DeviceCommandRun session;
     QVERIFY(session.found);
     QStringList seenByTheTablet;
     sim::Tablet* tablet = session.tablet.get();
@@ -136,8 +133,7 @@ void DateTimeTest::clockIsReadOnlyAfterTheCommandBytesEcho() {
         seenByTheTablet << QString::fromLatin1(QByteArray::fromStdString(tablet->received()).toHex());
         return At(2026, 1, 2, 3, 4);
     });
-    ModalAnswerer answerer;
-    answerer.pressInBox(QMessageBox::Ok);
+    session.answerer.pressInBox(QMessageBox::Ok);
     session.console->cmdDateTime->click();
     QCOMPARE(seenByTheTablet, QStringList(5, "0514"));
     QCOMPARE(session.tablet->received(), std::string("\x05\x14"
@@ -145,32 +141,26 @@ void DateTimeTest::clockIsReadOnlyAfterTheCommandBytesEcho() {
 }
 
 void DateTimeTest::textEchoInPiecesIsGatheredByAllPolls() {
-    FoundTablet session;
+    DeviceCommandRun session;
     QVERIFY(session.found);
     StopClockAt(At(2026, 11, 3, 18, 15));
     session.tablet->setFaults({.splitGap = 300ms, .splitOnly = "\r"});
-    ModalAnswerer answerer;
-    answerer.pressInBox(QMessageBox::Ok);
+    session.answerer.pressInBox(QMessageBox::Ok);
     session.console->cmdDateTime->click();
-    QCOMPARE(answerer.boxes.size(), 1);
-    QCOMPARE(answerer.boxes[0].text, QString("Time/Date successfully updated"));
+    QCOMPARE(session.answerer.boxes.size(), 1);
+    QCOMPARE(session.answerer.boxes[0].text, QString("Time/Date successfully updated"));
 }
 
 void DateTimeTest::silentTabletGivesTheConnectionMessageAt500() {
-    FoundTablet session;
+    DeviceCommandRun session;
     QVERIFY(session.found);
     session.tablet->setFaults({.noEcho = "\x14"});
-    int ticksAtShow = -1;
-    frmQuillmaxSerial* console = session.console;
-    ShownBoxSpy spy([&ticksAtShow, console](QMessageBox*) { ticksAtShow = console->lngTicks; });
-    ModalAnswerer answerer;
-    answerer.pressInBox(QMessageBox::Ok);
+    session.answerer.pressInBox(QMessageBox::Ok);
     session.console->cmdDateTime->click();
-    QCOMPARE(answerer.boxes.size(), 1);
-    QCOMPARE(answerer.boxes[0].title, QString("ERROR"));
-    QCOMPARE(answerer.boxes[0].text, QString("Cannot make connection. Be sure com port is correct,\r\n"
-                                             "the tablet is connected, and tablet is in download mode."));
-    QCOMPARE(ticksAtShow, 500);
+    QCOMPARE(session.answerer.boxes.size(), 1);
+    QCOMPARE(session.answerer.boxes[0].title, QString("ERROR"));
+    QCOMPARE(session.answerer.boxes[0].text, kConnectionFailure);
+    QCOMPARE(session.ticksAtBoxes(), QList<int>{500});
     QCOMPARE(session.tablet->received(), std::string("\x05\x14"));
     QVERIFY(!session.console->MSComm1.PortOpen());
 }

@@ -3,10 +3,8 @@
 // member's own waits (the menu title's 200-tick handshake, which read stops at the first reply).
 #include "app/globals.h"
 #include "console/console_window.h"
-#include "support/found_tablet.h"
-#include "support/modal_answerer.h"
+#include "support/device_command_run.h"
 #include "support/program.h"
-#include "support/shown_box_spy.h"
 
 #include <QLineEdit>
 #include <QPushButton>
@@ -16,9 +14,6 @@ using namespace testing_support;
 using namespace std::chrono_literals;
 
 namespace {
-
-const QString kConnectionFailure = "Cannot make connection. Be sure com port is correct,\r\n"
-                                   "the tablet is connected, and tablet is in download mode.";
 
 struct Member {
     const char* button;
@@ -78,10 +73,7 @@ private:
     // Presses the member's button; the dialog is answered with `value` and OK, every box after it with OK.
     void runWithValue(const Member& member, const QString& value, int boxes = 1);
 
-    std::unique_ptr<FoundTablet> session;
-    std::unique_ptr<ModalAnswerer> answerer;
-    std::unique_ptr<ShownBoxSpy> spy;
-    QList<int> ticksAtShow;
+    std::unique_ptr<DeviceCommandRun> run;
     QStringList dialogTitles;
 };
 
@@ -90,20 +82,14 @@ void TextSettingsTest::initTestCase() {
 }
 
 void TextSettingsTest::init() {
-    session = std::make_unique<FoundTablet>();
-    QVERIFY(session->found);
-    answerer = std::make_unique<ModalAnswerer>();
-    ticksAtShow.clear();
+    run = std::make_unique<DeviceCommandRun>();
+    QVERIFY(run->found);
     dialogTitles.clear();
-    frmQuillmaxSerial* console = session->console;
-    spy = std::make_unique<ShownBoxSpy>([this, console](QMessageBox*) { ticksAtShow << console->lngTicks; });
 }
 
 void TextSettingsTest::cleanup() {
-    QVERIFY2(answerer->unexpected.isEmpty(), qPrintable(answerer->unexpected.join(", ")));
-    spy.reset();
-    answerer.reset();
-    session.reset();
+    QVERIFY2(run->answerer.unexpected.isEmpty(), qPrintable(run->answerer.unexpected.join(", ")));
+    run.reset();
 }
 
 const Member& TextSettingsTest::member() const {
@@ -112,103 +98,103 @@ const Member& TextSettingsTest::member() const {
 }
 
 void TextSettingsTest::runWithValue(const Member& member, const QString& value, int boxes) {
-    answerer->handle([this, value](QWidget* dialog) {
+    run->answerer.handle([this, value](QWidget* dialog) {
         dialogTitles << dialog->windowTitle();
         dialog->findChild<QLineEdit*>("txtResponse")->setText(value);
         dialog->findChild<QPushButton*>("cmdOK")->click();
     });
     for (int i = 0; i < boxes; ++i)
-        answerer->pressInBox(QMessageBox::Ok);
-    Control<QPushButton>(session->console, member.button)->click();
+        run->answerer.pressInBox(QMessageBox::Ok);
+    Control<QPushButton>(run->console, member.button)->click();
 }
 
 void TextSettingsTest::sendsTheValueAndShowsItsUpdateBox() {
     const Member& m = member();
     runWithValue(m, QString("  %1 ").arg(m.value));
     QCOMPARE(dialogTitles, QStringList(QString("Set ") + m.item));
-    QCOMPARE(answerer->boxes.size(), 1);
-    const SeenBox box = answerer->boxes[0];
+    QCOMPARE(run->answerer.boxes.size(), 1);
+    const SeenBox box = run->answerer.boxes[0];
     QCOMPARE(box.title, QString("UPDATE"));
     QCOMPARE(box.text, QString(m.success));
     QCOMPARE(box.icon, QMessageBox::Information);
     QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
     QVERIFY(box.systemModal);
     // The value goes out trimmed, in one write after the command byte, ended by CR.
-    QCOMPARE(session->tablet->received(), std::string("\x05") + m.commandByte + m.value + "\r");
-    QCOMPARE(session->tablet->state().*m.stored, std::string(m.value));
-    QVERIFY(!session->console->MSComm1.PortOpen());
-    QVERIFY(!session->console->Timer1->Enabled());
+    QCOMPARE(run->tablet->received(), std::string("\x05") + m.commandByte + m.value + "\r");
+    QCOMPARE(run->tablet->state().*m.stored, std::string(m.value));
+    QVERIFY(!run->console->MSComm1.PortOpen());
+    QVERIFY(!run->console->Timer1->Enabled());
     QCOMPARE(strInputItem, std::string());
     QCOMPARE(strInputValue, std::string());
 }
 
 void TextSettingsTest::handshakeGivesUpAtTheMembersTickLimit() {
     const Member& m = member();
-    session->tablet->setFaults({.silent = true});
+    run->tablet->setFaults({.silent = true});
     runWithValue(m, m.value);
-    QCOMPARE(answerer->boxes.size(), 1);
-    QCOMPARE(answerer->boxes[0].title, QString("ERROR"));
-    QCOMPARE(answerer->boxes[0].text, kConnectionFailure);
-    QCOMPARE(answerer->boxes[0].icon, QMessageBox::Warning);
-    QVERIFY(answerer->boxes[0].systemModal);
-    QCOMPARE(ticksAtShow, QList<int>{m.handshakeTicks});
-    QCOMPARE(session->tablet->received(), std::string("\x05"));
-    QVERIFY(!session->console->MSComm1.PortOpen());
+    QCOMPARE(run->answerer.boxes.size(), 1);
+    QCOMPARE(run->answerer.boxes[0].title, QString("ERROR"));
+    QCOMPARE(run->answerer.boxes[0].text, kConnectionFailure);
+    QCOMPARE(run->answerer.boxes[0].icon, QMessageBox::Warning);
+    QVERIFY(run->answerer.boxes[0].systemModal);
+    QCOMPARE(run->ticksAtBoxes(), QList<int>{m.handshakeTicks});
+    QCOMPARE(run->tablet->received(), std::string("\x05"));
+    QVERIFY(!run->console->MSComm1.PortOpen());
 }
 
 void TextSettingsTest::missingCommandEchoGivesUpAt500() {
     const Member& m = member();
-    session->tablet->setFaults({.noEcho = std::string(1, m.commandByte)});
+    run->tablet->setFaults({.noEcho = std::string(1, m.commandByte)});
     runWithValue(m, m.value);
-    QCOMPARE(answerer->boxes.size(), 1);
-    QCOMPARE(answerer->boxes[0].text, kConnectionFailure);
-    QCOMPARE(ticksAtShow, QList<int>{500});
-    QCOMPARE(session->tablet->received(), std::string("\x05") + m.commandByte);
-    QVERIFY(!session->console->MSComm1.PortOpen());
+    QCOMPARE(run->answerer.boxes.size(), 1);
+    QCOMPARE(run->answerer.boxes[0].text, kConnectionFailure);
+    QCOMPARE(run->ticksAtBoxes(), QList<int>{500});
+    QCOMPARE(run->tablet->received(), std::string("\x05") + m.commandByte);
+    QVERIFY(!run->console->MSComm1.PortOpen());
 }
 
 void TextSettingsTest::missingValueEchoGivesUpAt500() {
     const Member& m = member();
-    session->tablet->setFaults({.noEcho = "\r"});
+    run->tablet->setFaults({.noEcho = "\r"});
     runWithValue(m, m.value);
-    QCOMPARE(answerer->boxes.size(), 1);
-    QCOMPARE(answerer->boxes[0].text, kConnectionFailure);
-    QCOMPARE(ticksAtShow, QList<int>{500});
+    QCOMPARE(run->answerer.boxes.size(), 1);
+    QCOMPARE(run->answerer.boxes[0].text, kConnectionFailure);
+    QCOMPARE(run->ticksAtBoxes(), QList<int>{500});
     // The tablet took the value all the same; the console does not report it as updated.
-    QCOMPARE(session->tablet->state().*m.stored, std::string(m.value));
-    QVERIFY(!session->console->MSComm1.PortOpen());
+    QCOMPARE(run->tablet->state().*m.stored, std::string(m.value));
+    QVERIFY(!run->console->MSComm1.PortOpen());
 }
 
 void TextSettingsTest::valueEchoedAmongOtherCharactersSucceeds() {
     const Member& m = member();
-    session->tablet->setFaults({.wrapBefore = "\x02", .wrapAfter = "\n>"});
+    run->tablet->setFaults({.wrapBefore = "\x02", .wrapAfter = "\n>"});
     runWithValue(m, m.value);
-    QCOMPARE(answerer->boxes.size(), 1);
-    QCOMPARE(answerer->boxes[0].text, QString(m.success));
+    QCOMPARE(run->answerer.boxes.size(), 1);
+    QCOMPARE(run->answerer.boxes[0].text, QString(m.success));
 }
 
 void TextSettingsTest::valueEchoInPiecesNeedsAllPolls() {
     // The echo of value and CR comes in two pieces 300 ms apart. The company name and the menu title
     // make all 1000 polls and gather both; the password stops at the first piece and times out.
     const Member& m = member();
-    session->tablet->setFaults({.splitGap = 300ms, .splitOnly = "\r"});
+    run->tablet->setFaults({.splitGap = 300ms, .splitOnly = "\r"});
     runWithValue(m, m.value);
-    QCOMPARE(answerer->boxes.size(), 1);
+    QCOMPARE(run->answerer.boxes.size(), 1);
     const bool password = std::string(m.item) == "Password";
-    QCOMPARE(answerer->boxes[0].text, password ? kConnectionFailure : QString(m.success));
-    if (password) QCOMPARE(ticksAtShow, QList<int>{500});
+    QCOMPARE(run->answerer.boxes[0].text, password ? kConnectionFailure : QString(m.success));
+    if (password) QCOMPARE(run->ticksAtBoxes(), QList<int>{500});
 }
 
 void TextSettingsTest::commandEchoInPiecesNeedsAllPolls() {
     // The command byte's echo comes after a first piece without it. Only the password makes all 1000
     // polls after its command byte and so sees the echo.
     const Member& m = member();
-    session->tablet->setFaults({.splitGap = 300ms, .splitOnly = std::string(1, m.commandByte)});
+    run->tablet->setFaults({.splitGap = 300ms, .splitOnly = std::string(1, m.commandByte)});
     runWithValue(m, m.value);
-    QCOMPARE(answerer->boxes.size(), 1);
+    QCOMPARE(run->answerer.boxes.size(), 1);
     const bool password = std::string(m.item) == "Password";
-    QCOMPARE(answerer->boxes[0].text, password ? QString(m.success) : kConnectionFailure);
-    if (!password) QCOMPARE(session->tablet->received(), std::string("\x05") + m.commandByte);
+    QCOMPARE(run->answerer.boxes[0].text, password ? QString(m.success) : kConnectionFailure);
+    if (!password) QCOMPARE(run->tablet->received(), std::string("\x05") + m.commandByte);
 }
 
 void TextSettingsTest::cancelLeavesThePortAsItWas_data() {
@@ -223,54 +209,54 @@ void TextSettingsTest::cancelLeavesThePortAsItWas_data() {
 void TextSettingsTest::cancelLeavesThePortAsItWas() {
     const Member& m = member();
     QFETCH(bool, portOpen);
-    frmQuillmaxSerial* console = session->console;
+    frmQuillmaxSerial* console = run->console;
     console->MSComm1.setPortOpen(portOpen);
-    answerer->handle([](QWidget* dialog) {
+    run->answerer.handle([](QWidget* dialog) {
         dialog->findChild<QLineEdit*>("txtResponse")->setText("typed, then given up");
         dialog->findChild<QPushButton*>("cmdCancel")->click();
     });
-    answerer->pressInBox(QMessageBox::Ok);
+    run->answerer.pressInBox(QMessageBox::Ok);
     Control<QPushButton>(console, m.button)->click();
-    QCOMPARE(answerer->boxes.size(), 1);
-    const SeenBox box = answerer->boxes[0];
+    QCOMPARE(run->answerer.boxes.size(), 1);
+    const SeenBox box = run->answerer.boxes[0];
     QCOMPARE(box.title, QString("Event Canceled"));
     QCOMPARE(box.text, QString(m.cancel));
     QCOMPARE(box.icon, QMessageBox::Warning);
     QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
     QVERIFY(!box.systemModal);
     QCOMPARE(console->MSComm1.PortOpen(), portOpen);
-    QVERIFY(session->tablet->waitForReceived(1, 100ms) == false);
+    QVERIFY(run->tablet->waitForReceived(1, 100ms) == false);
     QCOMPARE(strInputItem, std::string());
     QCOMPARE(strInputValue, std::string());
 }
 
 void TextSettingsTest::closeBoxActsAsCancel() {
-    answerer->handle([](QWidget* dialog) {
+    run->answerer.handle([](QWidget* dialog) {
         dialog->findChild<QLineEdit*>("txtResponse")->setText("never sent");
         dialog->close();
     });
-    answerer->pressInBox(QMessageBox::Ok);
-    session->console->cmdTitle->click();
-    QCOMPARE(answerer->boxes.size(), 1);
-    QCOMPARE(answerer->boxes[0].title, QString("Event Canceled"));
-    QCOMPARE(answerer->boxes[0].text, QString("Main Menu Title Entry Canceled!"));
-    QVERIFY(!session->tablet->waitForReceived(1, 100ms));
-    QCOMPARE(session->tablet->state().menuTitle, std::string());
+    run->answerer.pressInBox(QMessageBox::Ok);
+    run->console->cmdTitle->click();
+    QCOMPARE(run->answerer.boxes.size(), 1);
+    QCOMPARE(run->answerer.boxes[0].title, QString("Event Canceled"));
+    QCOMPARE(run->answerer.boxes[0].text, QString("Main Menu Title Entry Canceled!"));
+    QVERIFY(!run->tablet->waitForReceived(1, 100ms));
+    QCOMPARE(run->tablet->state().menuTitle, std::string());
 }
 
 void TextSettingsTest::returnInTheBoxEndsTheValueWithoutALineBreak() {
     // The entry box is single-line: Return presses OK instead of entering a line break.
-    answerer->handle([](QWidget* dialog) {
+    run->answerer.handle([](QWidget* dialog) {
         auto* box = dialog->findChild<QLineEdit*>("txtResponse");
         box->setFocus();
         QTest::keyClicks(box, "North");
         QTest::keyClick(box, Qt::Key_Return);
     });
-    answerer->pressInBox(QMessageBox::Ok);
-    session->console->cmdCustomerName->click();
-    QCOMPARE(answerer->boxes.size(), 1);
-    QCOMPARE(answerer->boxes[0].text, QString("Company Name successfully updated"));
-    QCOMPARE(session->tablet->received(), std::string("\x05\x03North\r"));
+    run->answerer.pressInBox(QMessageBox::Ok);
+    run->console->cmdCustomerName->click();
+    QCOMPARE(run->answerer.boxes.size(), 1);
+    QCOMPARE(run->answerer.boxes[0].text, QString("Company Name successfully updated"));
+    QCOMPARE(run->tablet->received(), std::string("\x05\x03North\r"));
 }
 
 VELMORA_PROGRAM_TEST_MAIN(TextSettingsTest)
