@@ -95,13 +95,7 @@ void CommandExchangeTest::silentTabletFailsAtTheTickLimitAndLeavesTheTimerRunnin
     run->tablet->setFaults({.silent = true});
     run->answerer.pressInBox(QMessageBox::Ok);
     reset();
-    QCOMPARE(run->answerer.boxes.size(), 1);
-    const SeenBox box = run->answerer.boxes[0];
-    QCOMPARE(box.title, QString("ERROR"));
-    QCOMPARE(box.text, kConnectionFailure);
-    QCOMPARE(box.icon, QMessageBox::Warning);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QVERIFY(box.systemModal);
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{FailureBox()});
     QCOMPARE(run->atBoxes[0].ticks, 500);
     QVERIFY(ticks >= 500);
     QVERIFY(!run->console->MSComm1.PortOpen());
@@ -112,8 +106,7 @@ void CommandExchangeTest::replyWithTheExpectedByteAmongOthersSucceeds() {
     run->tablet->setFaults({.wrapBefore = "ok:", .wrapAfter = "\r\n"});
     run->answerer.pressInBox(QMessageBox::Ok);
     reset();
-    QCOMPARE(run->answerer.boxes.size(), 1);
-    QCOMPARE(run->answerer.boxes[0].text, QString("Tablet successfully reset"));
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{UpdateBox("Tablet successfully reset")});
     QCOMPARE(run->tablet->received(), std::string("\x05\x04"));
 }
 
@@ -126,13 +119,7 @@ void CommandExchangeTest::noSearchYetShowsThePortErrorTitledError() {
     answerer.pressInBox(QMessageBox::Ok);
     console->cmdReset->click();
     QVERIFY(answerer.unexpected.isEmpty());
-    QCOMPARE(answerer.boxes.size(), 1);
-    const SeenBox box = answerer.boxes[0];
-    QCOMPARE(box.title, QString("ERROR"));
-    QCOMPARE(box.text, QString("Invalid Port Number"));
-    QCOMPARE(box.icon, QMessageBox::NoIcon);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QVERIFY(box.systemModal);
+    QCOMPARE(answerer.boxes, QList<SeenBox>{RunTimeErrorBox("Invalid Port Number")});
     QVERIFY(!console->MSComm1.PortOpen());
     console->MSComm1.setPortOpen(false);
 }
@@ -162,8 +149,7 @@ void CommandExchangeTest::portOpenBeforeTheCommandIsClosedAndOpenedAgain() {
     QVERIFY(run->console->MSComm1.PortOpen());
     run->answerer.pressInBox(QMessageBox::Ok);
     reset();
-    QCOMPARE(run->answerer.boxes.size(), 1);
-    QCOMPARE(run->answerer.boxes[0].text, QString("Tablet successfully reset"));
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{UpdateBox("Tablet successfully reset")});
     QCOMPARE(run->console->MSComm1.CommPort(), short(FoundTablet::kPort));
 }
 

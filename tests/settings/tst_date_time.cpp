@@ -110,13 +110,7 @@ void DateTimeTest::setsTheTabletsClock() {
     StopClockAt(At(2026, 11, 3, 18, 15));
     session.answerer.pressInBox(QMessageBox::Ok);
     session.console->cmdDateTime->click();
-    QCOMPARE(session.answerer.boxes.size(), 1);
-    const SeenBox box = session.answerer.boxes[0];
-    QCOMPARE(box.title, QString("UPDATE"));
-    QCOMPARE(box.text, QString("Time/Date successfully updated"));
-    QCOMPARE(box.icon, QMessageBox::Information);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QVERIFY(box.systemModal);
+    QCOMPARE(session.answerer.boxes, QList<SeenBox>{UpdateBox("Time/Date successfully updated")});
     QCOMPARE(session.tablet->received(), std::string("\x05\x14"
                                                      "11/3/26/18:15\r"));
     QCOMPARE(session.tablet->state().clock, std::string("11/3/26/18:15"));
@@ -147,8 +141,7 @@ void DateTimeTest::textEchoInPiecesIsGatheredByAllPolls() {
     session.tablet->setFaults({.splitGap = 300ms, .splitOnly = "\r"});
     session.answerer.pressInBox(QMessageBox::Ok);
     session.console->cmdDateTime->click();
-    QCOMPARE(session.answerer.boxes.size(), 1);
-    QCOMPARE(session.answerer.boxes[0].text, QString("Time/Date successfully updated"));
+    QCOMPARE(session.answerer.boxes, QList<SeenBox>{UpdateBox("Time/Date successfully updated")});
 }
 
 void DateTimeTest::silentTabletGivesTheConnectionMessageAt500() {
@@ -157,9 +150,7 @@ void DateTimeTest::silentTabletGivesTheConnectionMessageAt500() {
     session.tablet->setFaults({.noEcho = "\x14"});
     session.answerer.pressInBox(QMessageBox::Ok);
     session.console->cmdDateTime->click();
-    QCOMPARE(session.answerer.boxes.size(), 1);
-    QCOMPARE(session.answerer.boxes[0].title, QString("ERROR"));
-    QCOMPARE(session.answerer.boxes[0].text, kConnectionFailure);
+    QCOMPARE(session.answerer.boxes, QList<SeenBox>{FailureBox()});
     QCOMPARE(session.ticksAtBoxes(), QList<int>{500});
     QCOMPARE(session.tablet->received(), std::string("\x05\x14"));
     QVERIFY(!session.console->MSComm1.PortOpen());

@@ -112,13 +112,7 @@ void TextSettingsTest::sendsTheValueAndShowsItsUpdateBox() {
     const Member& m = member();
     runWithValue(m, QString("  %1 ").arg(m.value));
     QCOMPARE(dialogTitles, QStringList(QString("Set ") + m.item));
-    QCOMPARE(run->answerer.boxes.size(), 1);
-    const SeenBox box = run->answerer.boxes[0];
-    QCOMPARE(box.title, QString("UPDATE"));
-    QCOMPARE(box.text, QString(m.success));
-    QCOMPARE(box.icon, QMessageBox::Information);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QVERIFY(box.systemModal);
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{UpdateBox(m.success)});
     // The value goes out trimmed, in one write after the command byte, ended by CR.
     QCOMPARE(run->tablet->received(), std::string("\x05") + m.commandByte + m.value + "\r");
     QCOMPARE(run->tablet->state().*m.stored, std::string(m.value));
@@ -132,11 +126,7 @@ void TextSettingsTest::handshakeGivesUpAtTheMembersTickLimit() {
     const Member& m = member();
     run->tablet->setFaults({.silent = true});
     runWithValue(m, m.value);
-    QCOMPARE(run->answerer.boxes.size(), 1);
-    QCOMPARE(run->answerer.boxes[0].title, QString("ERROR"));
-    QCOMPARE(run->answerer.boxes[0].text, kConnectionFailure);
-    QCOMPARE(run->answerer.boxes[0].icon, QMessageBox::Warning);
-    QVERIFY(run->answerer.boxes[0].systemModal);
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{FailureBox()});
     QCOMPARE(run->ticksAtBoxes(), QList<int>{m.handshakeTicks});
     QCOMPARE(run->tablet->received(), std::string("\x05"));
     QVERIFY(!run->console->MSComm1.PortOpen());
@@ -146,8 +136,7 @@ void TextSettingsTest::missingCommandEchoGivesUpAt500() {
     const Member& m = member();
     run->tablet->setFaults({.noEcho = std::string(1, m.commandByte)});
     runWithValue(m, m.value);
-    QCOMPARE(run->answerer.boxes.size(), 1);
-    QCOMPARE(run->answerer.boxes[0].text, kConnectionFailure);
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{FailureBox()});
     QCOMPARE(run->ticksAtBoxes(), QList<int>{500});
     QCOMPARE(run->tablet->received(), std::string("\x05") + m.commandByte);
     QVERIFY(!run->console->MSComm1.PortOpen());
@@ -157,8 +146,7 @@ void TextSettingsTest::missingValueEchoGivesUpAt500() {
     const Member& m = member();
     run->tablet->setFaults({.noEcho = "\r"});
     runWithValue(m, m.value);
-    QCOMPARE(run->answerer.boxes.size(), 1);
-    QCOMPARE(run->answerer.boxes[0].text, kConnectionFailure);
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{FailureBox()});
     QCOMPARE(run->ticksAtBoxes(), QList<int>{500});
     // The tablet took the value all the same; the console does not report it as updated.
     QCOMPARE(run->tablet->state().*m.stored, std::string(m.value));
@@ -169,8 +157,7 @@ void TextSettingsTest::valueEchoedAmongOtherCharactersSucceeds() {
     const Member& m = member();
     run->tablet->setFaults({.wrapBefore = "\x02", .wrapAfter = "\n>"});
     runWithValue(m, m.value);
-    QCOMPARE(run->answerer.boxes.size(), 1);
-    QCOMPARE(run->answerer.boxes[0].text, QString(m.success));
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{UpdateBox(m.success)});
 }
 
 void TextSettingsTest::valueEchoInPiecesNeedsAllPolls() {
@@ -254,8 +241,7 @@ void TextSettingsTest::returnInTheBoxEndsTheValueWithoutALineBreak() {
     });
     run->answerer.pressInBox(QMessageBox::Ok);
     run->console->cmdCustomerName->click();
-    QCOMPARE(run->answerer.boxes.size(), 1);
-    QCOMPARE(run->answerer.boxes[0].text, QString("Company Name successfully updated"));
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{UpdateBox("Company Name successfully updated")});
     QCOMPARE(run->tablet->received(), std::string("\x05\x03North\r"));
 }
 

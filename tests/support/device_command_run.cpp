@@ -5,6 +5,18 @@
 
 namespace testing_support {
 
+SeenBox UpdateBox(const QString& text) {
+    return {"UPDATE", text, QMessageBox::Information, QMessageBox::Ok, true};
+}
+
+SeenBox FailureBox(const QString& text) {
+    return {"ERROR", text, QMessageBox::Warning, QMessageBox::Ok, true};
+}
+
+SeenBox RunTimeErrorBox(const QString& description) {
+    return {"ERROR", description, QMessageBox::NoIcon, QMessageBox::Ok, true};
+}
+
 DeviceCommandRun::DeviceCommandRun()
     : spy([this](QMessageBox* box) {
           atBoxes << ConsoleAtBox{box->text(), console->lngTicks, console->Timer1->Enabled(),

@@ -16,6 +16,13 @@ namespace testing_support {
 inline const QString kConnectionFailure = "Cannot make connection. Be sure com port is correct,\r\n"
                                           "the tablet is connected, and tablet is in download mode.";
 
+// The boxes a device command ends with: "UPDATE" (information, OK, system-modal) on success, "ERROR"
+// (exclamation, OK, system-modal) when an echo does not come, "ERROR" (no icon, OK, system-modal) with a
+// run-time error's description.
+SeenBox UpdateBox(const QString& text);
+SeenBox FailureBox(const QString& text = kConnectionFailure);
+SeenBox RunTimeErrorBox(const QString& description);
+
 // The console's state at the moment a box was shown.
 struct ConsoleAtBox {
     QString text;

@@ -9,6 +9,15 @@
 
 namespace testing_support {
 
+char* toString(const SeenBox& box) {
+    const QString shown = QString("\"%1\" / \"%2\", icon %3, buttons 0x%4%5")
+                              .arg(box.title, box.text)
+                              .arg(int(box.icon))
+                              .arg(int(box.buttons), 0, 16)
+                              .arg(box.systemModal ? ", system-modal" : "");
+    return qstrdup(shown.toUtf8().constData());
+}
+
 SeenBox Describe(QMessageBox* box) {
     SeenBox seen;
     seen.title = box->windowTitle();

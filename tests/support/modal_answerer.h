@@ -22,7 +22,12 @@ struct SeenBox {
     QMessageBox::Icon icon = QMessageBox::NoIcon;
     QMessageBox::StandardButtons buttons;
     bool systemModal = false;
+
+    bool operator==(const SeenBox&) const = default;
 };
+
+// How QCOMPARE shows a box that differs: title, text, icon, buttons and modality.
+char* toString(const SeenBox& box);
 
 class ModalAnswerer : public QObject {
     Q_OBJECT
