@@ -94,6 +94,9 @@ private slots:
 
 private:
     void search();
+    // Presses the search, which must end at the missing port 16: light red with an empty caption after
+    // showing ports 1 to 16, `beyond` never tried, port closed, no tablet, device buttons disabled.
+    void searchEndsAtMissingPort16(const sim::Tablet& beyond);
     int ticksDuringSearch = 0;
     std::unique_ptr<PortsFolder> ports;
     std::vector<std::unique_ptr<sim::Tablet>> tablets;
@@ -210,8 +213,7 @@ void DeviceSearchTest::noTabletAnywhereLeavesTheLightRedWith40() {
     QCOMPARE(console->cursor().shape(), Qt::ArrowCursor);
 }
 
-void DeviceSearchTest::portsOneToSixteenMissingEndWithAnEmptyCaption() {
-    sim::Tablet& beyond = add(17);
+void DeviceSearchTest::searchEndsAtMissingPort16(const sim::Tablet& beyond) {
     LightWatcher light(console);
     search();
     QCOMPARE(console->lblConnected->text(), QString());
@@ -219,6 +221,7 @@ void DeviceSearchTest::portsOneToSixteenMissingEndWithAnEmptyCaption() {
     QCOMPARE(beyond.received(), std::string());
     QVERIFY(!console->MSComm1.PortOpen());
     QVERIFY(!console->Timer1->Enabled());
+    QCOMPARE(intComPort, short(0));
     for (const char* name : kDeviceButtons)
         QVERIFY2(!Control(console, name)->isEnabled(), name);
     QStringList expected;
@@ -226,6 +229,11 @@ void DeviceSearchTest::portsOneToSixteenMissingEndWithAnEmptyCaption() {
         expected << QString::number(port);
     expected << QString();
     QCOMPARE(light.captions(), expected);
+}
+
+void DeviceSearchTest::portsOneToSixteenMissingEndWithAnEmptyCaption() {
+    sim::Tablet& beyond = add(17);
+    searchEndsAtMissingPort16(beyond);
 }
 
 void DeviceSearchTest::searchPressedAgainRestartsFromPort1() {
@@ -338,19 +346,7 @@ void DeviceSearchTest::missingPortFromSixteenOnEndsTheSearch() {
     // Ports 1 to 14 are missing and skipped; 15 answers nothing; 16 is missing, so 17 is never tried.
     add(15, {.silent = true});
     sim::Tablet& beyond = add(17);
-    LightWatcher light(console);
-    search();
-    QCOMPARE(console->lblConnected->text(), QString());
-    QCOMPARE(console->lblConnected->property("BackColor").toUInt(), 0x0000FFu);
-    QCOMPARE(beyond.received(), std::string());
-    QVERIFY(!console->MSComm1.PortOpen());
-    QVERIFY(!console->Timer1->Enabled());
-    QCOMPARE(intComPort, short(0));
-    QStringList expected;
-    for (int port = 1; port <= 16; ++port)
-        expected << QString::number(port);
-    expected << QString();
-    QCOMPARE(light.captions(), expected);
+    searchEndsAtMissingPort16(beyond);
 }
 
 void DeviceSearchTest::portHeldByAnotherProgramEndsTheSearchSilently() {

@@ -55,6 +55,14 @@ struct Seen {
     bool visible = false;
 };
 
+// What the dialog and the variables held once a box that refused the entry had been answered.
+struct AfterTheBox {
+    QString entry;
+    bool open = false;
+    QString item;
+    std::string value;
+};
+
 Seen Look(InputForm* form) {
     return {form,
             form->windowTitle(),
@@ -100,6 +108,8 @@ private:
     static void Show(const QString& item, const std::string& valueBefore = "");
     // Queues an answer for the dialog; any other modal window met instead is noted and closed.
     void OnForm(std::function<void(InputForm*)> act);
+    // Queues OK for the box that refuses the entry, then a look at the dialog (into `after`) and Cancel.
+    void AnswerTheBoxThenLookAndCancel(AfterTheBox& after);
 
     PortsFolder ports;
     frmQuillmaxSerial* console = nullptr;
@@ -134,6 +144,15 @@ void InputFormTest::OnForm(std::function<void(InputForm*)> act) {
             notTheForm << widget->windowTitle();
             widget->close();
         }
+    });
+}
+
+void InputFormTest::AnswerTheBoxThenLookAndCancel(AfterTheBox& after) {
+    answerer->pressInBox(QMessageBox::Ok);
+    OnForm([&after](InputForm* form) {
+        after = {form->txtResponse->text(), form->isVisible(), QString::fromStdString(strInputItem),
+                 strInputValue};
+        form->cmdCancel->click();
     });
 }
 
@@ -293,8 +312,8 @@ void InputFormTest::passwordDigitsAreHandedBack() {
 }
 
 void InputFormTest::pastedNonDigitsPasswordIsRefusedOnOK() {
-    QString pasted, afterBox, itemAfterBox;
-    bool openAfterBox = false;
+    QString pasted;
+    AfterTheBox after;
     QPointer<InputForm> seenForm;
     OnForm([&](InputForm* form) {
         seenForm = form;
@@ -303,25 +322,16 @@ void InputFormTest::pastedNonDigitsPasswordIsRefusedOnOK() {
         pasted = form->txtResponse->text();
         PressOK(form);
     });
-    answerer->pressInBox(QMessageBox::Ok);
-    OnForm([&](InputForm* form) {
-        afterBox = form->txtResponse->text();
-        openAfterBox = form->isVisible();
-        itemAfterBox = QString::fromStdString(strInputItem);
-        form->cmdCancel->click();
-    });
+    AnswerTheBoxThenLookAndCancel(after);
     Show("Password");
     QCOMPARE(pasted, QString("12ab"));
-    QCOMPARE(answerer->boxes.size(), 1);
-    const SeenBox& box = answerer->boxes.first();
-    QCOMPARE(box.title, QString("Non-numeric Value Entered"));
-    QCOMPARE(box.text, QString("Please enter a numeric value to upload, or choose Cancel to exit."));
-    QCOMPARE(box.icon, QMessageBox::Information);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QVERIFY(!box.systemModal);
-    QCOMPARE(afterBox, QString());
-    QVERIFY(openAfterBox);
-    QCOMPARE(itemAfterBox, QString("Password"));
+    const SeenBox refused{"Non-numeric Value Entered",
+                          "Please enter a numeric value to upload, or choose Cancel to exit.",
+                          QMessageBox::Information, QMessageBox::Ok, false};
+    QCOMPARE(answerer->boxes, QList<SeenBox>{refused});
+    QCOMPARE(after.entry, QString());
+    QVERIFY(after.open);
+    QCOMPARE(after.item, QString("Password"));
     QVERIFY(strInputValue.empty());
     QVERIFY(seenForm.isNull());
 }
@@ -353,33 +363,21 @@ void InputFormTest::blankEntryShowsNoValueEntered_data() {
 void InputFormTest::blankEntryShowsNoValueEntered() {
     QFETCH(QString, item);
     QFETCH(QString, entry);
-    QString afterBox, itemAfterBox;
-    std::string valueAfterBox;
-    bool openAfterBox = false;
+    AfterTheBox after;
     OnForm([&](InputForm* form) {
         form->txtResponse->insert(entry);
         PressOK(form);
     });
-    answerer->pressInBox(QMessageBox::Ok);
-    OnForm([&](InputForm* form) {
-        afterBox = form->txtResponse->text();
-        openAfterBox = form->isVisible();
-        itemAfterBox = QString::fromStdString(strInputItem);
-        valueAfterBox = strInputValue;
-        form->cmdCancel->click();
-    });
+    AnswerTheBoxThenLookAndCancel(after);
     Show(item, "before");
-    QCOMPARE(answerer->boxes.size(), 1);
-    const SeenBox& box = answerer->boxes.first();
-    QCOMPARE(box.title, QString("No Value Entered"));
-    QCOMPARE(box.text, QString("Please enter a value to upload, or choose Cancel to exit."));
-    QCOMPARE(box.icon, QMessageBox::Information);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    const SeenBox refused{"No Value Entered", "Please enter a value to upload, or choose Cancel to exit.",
+                          QMessageBox::Information, QMessageBox::Ok, false};
+    QCOMPARE(answerer->boxes, QList<SeenBox>{refused});
     // Nothing else changes: the box keeps its blanks, the dialog stays, the variables are untouched.
-    QCOMPARE(afterBox, entry);
-    QVERIFY(openAfterBox);
-    QCOMPARE(itemAfterBox, item);
-    QCOMPARE(valueAfterBox, std::string("before"));
+    QCOMPARE(after.entry, entry);
+    QVERIFY(after.open);
+    QCOMPARE(after.item, item);
+    QCOMPARE(after.value, std::string("before"));
 }
 
 void InputFormTest::companyNameIsHandedBackTrimmed() {
