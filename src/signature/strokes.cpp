@@ -79,13 +79,19 @@ std::string Encode(const std::vector<Stroke>& strokes) {
         for (std::size_t k = 1; k < stroke.size(); ++k) {
             const Point target{std::clamp(stroke[k].x, 0, kGridSize - 1),
                                std::clamp(stroke[k].y, 0, kGridSize - 1)};
-            while (pen != target) {
-                const int dx = std::clamp(target.x - pen.x, -kMaxStep, kMaxStep);
-                const int dy = std::clamp(target.y - pen.y, -kMaxStep, kMaxStep);
+            // A long move goes in equal steps along the line, so a diagonal stays a straight line.
+            const Point from = pen;
+            const int steps =
+                (std::max(std::abs(target.x - from.x), std::abs(target.y - from.y)) + kMaxStep - 1) /
+                kMaxStep;
+            for (int step = 1; step <= steps; ++step) {
+                const Point next{from.x + (target.x - from.x) * step / steps,
+                                 from.y + (target.y - from.y) * step / steps};
+                const int dx = next.x - pen.x;
+                const int dy = next.y - pen.y;
                 out += static_cast<char>(0x80 | (dx + 64)); // 0x80..0xFF
                 out += static_cast<char>(dy + 128);         // 0x41..0xBF: never CR
-                pen.x += dx;
-                pen.y += dy;
+                pen = next;
             }
         }
         out += kPenUp;

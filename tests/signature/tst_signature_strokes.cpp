@@ -73,6 +73,9 @@ void SignatureStrokesTest::longMovesAreSplitAndEndOnTheTarget() {
     for (std::size_t k = 1; k < stroke.size(); ++k) {
         QVERIFY(std::abs(stroke[k].x - stroke[k - 1].x) <= 63);
         QVERIFY(std::abs(stroke[k].y - stroke[k - 1].y) <= 63);
+        // Every point stays on the straight line from start to end (within rounding).
+        const double onLine = 2000.0 - 2000.0 * stroke[k].x / 4095.0;
+        QVERIFY2(std::abs(stroke[k].y - onLine) <= 1.0, qPrintable(QString::number(k)));
     }
 }
 
