@@ -6,9 +6,30 @@
 #include <QApplication>
 #include <QFile>
 #include <QFileDialog>
+#include <QFileIconProvider>
 #include <QFileInfo>
 
 namespace vb {
+
+namespace {
+
+// Icons and type names from the name alone. Qt's own provider reads the first bytes of every file in the
+// folder shown to tell its type, and such a read never returns on a FIFO or a serial device: the dialog
+// would freeze in a folder that holds one (a ports folder, a folder with a named pipe).
+class NameOnlyIconProvider : public QFileIconProvider {
+public:
+    QIcon icon(const QFileInfo& info) const override {
+        return QFileIconProvider::icon(info.isDir() ? QFileIconProvider::Folder : QFileIconProvider::File);
+    }
+    QIcon icon(IconType type) const override { return QFileIconProvider::icon(type); }
+    QString type(const QFileInfo& info) const override {
+        if (info.isDir()) return QStringLiteral("Folder");
+        const QString suffix = info.suffix();
+        return suffix.isEmpty() ? QStringLiteral("File") : suffix.toUpper() + QStringLiteral(" File");
+    }
+};
+
+} // namespace
 
 QStringList CommonDialog::NameFilters(const std::string& filter) {
     // "Description|pattern|Description|pattern|": pairs; a trailing "|" ends the list.
@@ -37,6 +58,8 @@ void CommonDialog::ShowSave() {
 void CommonDialog::Show(bool save) {
     QFileDialog dialog(QApplication::activeWindow());
     dialog.setOption(QFileDialog::DontUseNativeDialog, true);
+    static NameOnlyIconProvider iconProvider;
+    dialog.setIconProvider(&iconProvider);
     dialog.setWindowTitle(DialogTitle.empty() ? QString(save ? "Save As" : "Open") : ToQString(DialogTitle));
     dialog.setAcceptMode(save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
     // The caller decides what a name that does not exist means, and whether to overwrite.

@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <sys/stat.h>
 
 using testing_support::ErrorOf;
 using testing_support::ModalAnswerer;
@@ -41,6 +42,7 @@ private slots:
     void nameFilters_data();
     void nameFilters();
     void showOpenChoosesAFile();
+    void folderWithANamedPipeDoesNotFreezeTheDialog();
     void filterIndexSelectsTheFilterAndFollowsTheChoice();
     void showSaveDoesNotAskBeforeOverwriting();
     void cancelWithCancelErrorRaises32755();
@@ -70,6 +72,25 @@ void CommonDialogTest::nameFilters() {
     QFETCH(QString, filter);
     QFETCH(QStringList, expected);
     QCOMPARE(vb::CommonDialog::NameFilters(filter.toStdString()), expected);
+}
+
+void CommonDialogTest::folderWithANamedPipeDoesNotFreezeTheDialog() {
+    // A reader of a FIFO waits for a writer that never comes: the dialog must not read the files it lists.
+    QVERIFY(mkfifo(folder.filePath("pipe.txt").toLocal8Bit().constData(), 0600) == 0);
+    const QString path = folder.filePath("records.txt");
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+
+    ModalAnswerer answerer;
+    // The dialog lists the folder as soon as it shows, before the answer comes.
+    answerer.chooseFile(path);
+    vb::CommonDialog dialog;
+    dialog.Filter = "Text Files (*.txt)|*.txt";
+    dialog.InitDir = folder.path().toStdString();
+    dialog.ShowOpen();
+    QCOMPARE(QString::fromStdString(dialog.FileName), path);
+    QCOMPARE(answerer.pending(), 0);
 }
 
 void CommonDialogTest::showOpenChoosesAFile() {
