@@ -13,9 +13,13 @@ namespace {
 constexpr int highestPort = 9999;
 constexpr long longestDelay = 3'600'000; // milliseconds: an hour is more than any test waits
 
-constexpr std::array<std::string_view, 12> optionsWithValue = {
-    "--ports",   "--tablet",     "--silent",      "--reply-text", "--reply-delay", "--log",
-    "--no-echo", "--echo-delay", "--split-reply", "--wrap",       "--hang-up-on",  "--state"};
+constexpr long mostStreamBytes = 1'000'000'000;
+
+constexpr std::array<std::string_view, 18> optionsWithValue = {
+    "--ports",      "--tablet",     "--silent",     "--reply-text",        "--reply-delay",
+    "--log",        "--no-echo",    "--echo-delay", "--split-reply",       "--wrap",
+    "--hang-up-on", "--state",      "--records",    "--stream-stop-after", "--stream-hang-up-after",
+    "--frame",      "--sample-vlm", "--upload-dir"};
 
 std::optional<long> parseNumber(std::string_view text, long lowest, long highest, int base = 10) {
     long value = 0;
@@ -68,6 +72,16 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv, const char
             parsed.action = ParsedCommandLine::Action::Help;
             return parsed;
         }
+        if (name == "--line-rate") {
+            if (value) return fail("option --line-rate takes no value");
+            options.lineRate = true;
+            continue;
+        }
+        if (name == "--line-rate-reading") {
+            if (value) return fail("option --line-rate-reading takes no value");
+            options.lineRateReading = true;
+            continue;
+        }
         if (std::find(optionsWithValue.begin(), optionsWithValue.end(), name) == optionsWithValue.end())
             return fail(name.rfind("-", 0) == 0 ? "unknown option " + name : "unexpected argument " + name);
         if (!value) {
@@ -118,6 +132,37 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv, const char
             const auto byte = parseHexByte(*value);
             if (!byte) return fail(hexByteRule(name, *value));
             faults.hangUpOn = *byte;
+        } else if (name == "--sample-vlm") {
+            // Two values: the record count and the file; the run ends once the file is written.
+            const auto records = parseNumber(*value, 1, 999);
+            parsed.hintHelp = false; // a tool writing a sample gets one line to report
+            if (!records)
+                return fail("--sample-vlm needs a record count from 1 to 999, not \"" + *value + "\"");
+            if (i + 1 >= argc || std::string_view(argv[i + 1]).empty())
+                return fail("--sample-vlm needs a file after the record count");
+            options.sampleRecords = static_cast<int>(*records);
+            options.sampleFile = argv[++i];
+            parsed.action = ParsedCommandLine::Action::SampleVlm;
+        } else if (name == "--upload-dir") {
+            if (value->empty()) return fail("--upload-dir needs a folder");
+            options.uploadDir = *value;
+        } else if (name == "--records") {
+            if (value->empty()) return fail("--records needs a file name");
+            options.records = *value;
+        } else if (name == "--stream-stop-after" || name == "--stream-hang-up-after") {
+            const auto bytes = parseNumber(*value, 0, mostStreamBytes);
+            if (!bytes)
+                return fail(name + " needs a byte count from 0 to " + std::to_string(mostStreamBytes) +
+                            ", not \"" + *value + "\"");
+            (name == "--stream-stop-after" ? faults.streamStopAfter : faults.streamHangUpAfter) =
+                static_cast<std::size_t>(*bytes);
+        } else if (name == "--frame") {
+            const auto frame = parseLineFrame(*value);
+            if (!frame)
+                return fail(
+                    "--frame needs data bits 5-8, parity N/O/E/M/S and stop bits 1-2, as 8O1, not \"" +
+                    *value + "\"");
+            options.frame = *frame;
         } else if (name == "--state") {
             if (value->empty()) return fail("--state needs a file name or -");
             options.state = *value;
@@ -126,6 +171,8 @@ ParsedCommandLine parseCommandLine(int argc, const char* const* argv, const char
             options.log = *value;
         }
     }
+
+    if (parsed.action == ParsedCommandLine::Action::SampleVlm) return parsed; // needs no ports
 
     if (options.portsDir.empty()) {
         if (!portsFromEnvironment || !*portsFromEnvironment)
@@ -149,7 +196,11 @@ std::string usageText() {
     return R"(Usage: velmora-sim [--ports DIR] [--tablet N]... [--silent N]... [--reply-text TEXT]
                    [--reply-delay MS] [--no-echo HEX[,HEX...]] [--echo-delay HEX:MS]...
                    [--split-reply MS] [--wrap BEFORE,AFTER] [--hang-up-on HEX]
+                   [--stream-stop-after N] [--stream-hang-up-after N]
+                   [--records FILE] [--line-rate] [--frame 8O1]
+                   [--upload-dir DIR] [--line-rate-reading]
                    [--log FILE|-] [--state FILE|-] [--help]
+       velmora-sim --sample-vlm N FILE
 
 Plays a Velmora LT tablet in download mode on a pseudo-terminal, so that the Velmora LT
 Uploader/Downloader Tool can be tried and tested without a tablet. Each port is a pty whose
@@ -165,6 +216,16 @@ What the tablet answers, byte by byte:
                       stored) and is then taken as a byte of its own.
   04 (EOT)            echoed; resets the tablet: a half-taken value is dropped, the reset
                       count goes up. Stored settings are kept.
+  12 0F (DC2 SI)      neither is echoed; the tablet sends its record file (--records, or a
+                      built-in sample of 25 records), byte for byte as the file holds it.
+                      An ENQ received meanwhile is echoed after what is already queued.
+                      DC2 followed by any other byte sends nothing; that byte is then
+                      taken as a byte of its own.
+  0C (FF)             not echoed; starts an upload: every byte after it up to 00 (NUL) is
+                      data, never answered and never a command. The tablet decodes it into
+                      records: per record the twelve named fields (each text + CR LF, or
+                      0E (SO) when empty), the numbered fields that hold text (text + CR LF,
+                      kept in order from field 1), and an empty line (CR LF) at its end.
   any other byte      taken without an answer.
 Every byte received is logged when --log is given.
 
@@ -190,6 +251,30 @@ Options:
                      FILE is replaced as a whole each time; for "-" the lines are printed
                      on standard output, each time after a line "state:". Needs exactly
                      one --tablet.
+  --records FILE     the downloaded record file (.vlm) the tablets send after DC2 SI;
+                     default: a built-in sample of 25 records.
+  --line-rate        send everything (echoes and records) at the rate of a real serial
+                     line: one byte every frame bits / baud seconds, with the baud the
+                     program set on its port (115200 8O1: 10472 bytes a second).
+                     Without it, bytes go out as fast as the port takes them.
+  --upload-dir DIR   write each upload received to DIR as COM<n>-upload-<k>.raw (the bytes
+                     between FF and NUL) and COM<n>-upload-<k>.txt (its records as a
+                     record data file: 111 field lines and an empty line each, CR LF).
+  --line-rate-reading
+                     read no faster than a real line brings the bytes (the baud the
+                     program set, the frame of --frame): the rest waits in the pty, so
+                     the program's writes wait too, as behind a slow line.
+  --frame DPS        the character frame --line-rate counts: data bits 5-8, parity
+                     N/O/E/M/S, stop bits 1-2; default 8O1 (11 bits a byte), the frame
+                     of "115200,O,8,1". A pty always reports 8 bits and no parity, so
+                     the frame cannot be read from the port.
+  --sample-vlm N FILE
+                     write a sample downloaded record file of N records (1 to 999) to
+                     FILE and exit with 0: believable names, addresses, memos and
+                     amounts, some Windows-1252 letters, handwritten signatures (every
+                     tenth record has none). No ports are made. A count outside 1 to
+                     999 or a file that cannot be written: one line on standard error
+                     and exit with 2.
   -h, --help         show this text and exit.
 
 Faults, for the tablets (not the --silent ports). HEX is a byte in hex, 00 to FF ("0D",
@@ -216,11 +301,17 @@ Faults, for the tablets (not the --silent ports). HEX is a byte in hex, 00 to FF
   --hang-up-on HEX   once the answer to HEX has gone out and been read (or after a
                      second unread), hang up: the port's writes then fail (EIO), its
                      reads end, and the port cannot be opened again.
+  --stream-stop-after N
+                     the record stream stops after N of its bytes; the line stays up and
+                     the tablet goes on answering.
+  --stream-hang-up-after N
+                     once N bytes of the record stream have gone out (and been read, or
+                     after a second unread), hang up as --hang-up-on does.
 
 At start it prints one line per port, "COM3 -> /dev/pts/7" (link name -> pty device), then
 runs until interrupted (Ctrl+C, SIGINT or SIGTERM), removes its links and exits with 0.
-An existing link of the same name is replaced. Bad arguments exit with 2, a port or a state
-file that cannot be made with 1.
+An existing link of the same name is replaced. Bad arguments exit with 2; a port or a state
+file that cannot be made, or a records file that cannot be read, with 1.
 
 Example: ports 1 and 2 exist but nothing answers, the tablet is on port 3:
   VELMORA_PORTS=/tmp/ports velmora-sim --silent 1 --silent 2 --tablet 3 &

@@ -26,6 +26,11 @@ std::string* Protocol::settingOf(char command) {
 }
 
 std::string Protocol::take(char byte, const Faults& faults) {
+    streamAsked = false;
+    if (upload.receiving()) {
+        upload.take(byte); // data, up to the NUL that ends the upload
+        return {};
+    }
     if (takingValueFor) {
         if (byte == CR) {
             std::string echo = value + CR;
@@ -46,6 +51,17 @@ std::string Protocol::take(char byte, const Faults& faults) {
 }
 
 std::string Protocol::takeFresh(char byte, const Faults& faults) {
+    // Only the byte right after DC2 can complete the request; anything else drops it.
+    const bool completesRequest = afterDc2 && byte == SI;
+    afterDc2 = byte == DC2;
+    if (completesRequest) {
+        streamAsked = true;
+        return {};
+    }
+    if (byte == UploadStart) {
+        upload.start();
+        return {};
+    }
     if (byte == ENQ) return faults.replyText.value_or(std::string(1, ENQ));
     if (byte == EOT) {
         ++settings.resets;

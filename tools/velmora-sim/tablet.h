@@ -5,12 +5,22 @@
 // what arrives on the master side as the tablet does (see protocol.h): ENQ and each command byte are
 // echoed, a setting's value is echoed with its CR and stored, EOT resets the tablet. Every received byte
 // is logged (hex, with the time) when a log is set, and kept for inspection; the settings stored so far
-// can be read, waited for and written to a file.
+// can be read, waited for and written to a file. FF ... NUL is an upload, taken as data and decoded
+// into records that can be read, waited for and written to a folder. DC2 SI makes it send its downloaded
+// record file (the record stream); what it streamed so far can be read and waited for.
+//
+// Unpaced, it sends as fast as the pty takes the bytes. Paced (setLineRatePacing), everything it sends
+// leaves at the rate of a real line: one byte every frame-bits / baud seconds, with the baud the program
+// set on its end of the port.
 //
 // Faults make it misbehave on request: silence, a text in place of the ENQ echo, late answers (all of
 // them or those to one byte), missing echoes, answers in two pieces, answers wrapped in other
-// characters, and a hang-up after a given byte. send() puts bytes of the caller's own on the line.
+// characters, a hang-up after a given byte, and a record stream cut short. send() puts bytes of the
+// caller's own on the line.
 #pragma once
+
+#include "line_rate.h"
+#include "upload_receiver.h"
 
 #include <chrono>
 #include <cstddef>
@@ -50,6 +60,15 @@ struct Faults {
     // give end of file, poll() reports POLLHUP, and the pty device is gone, so the port cannot be
     // opened again. A withheld answer counts as gone out at once.
     std::optional<char> hangUpOn{};
+
+    // The record stream leaves replyDelay (plus the echoDelay of SI, 0x0F) after the SI that asked for
+    // it; it is not an echo, so noEcho, splitGap and wrapping leave it alone. A silent tablet sends none.
+    // The record stream stops after this many of its bytes; the line stays up and the tablet goes on
+    // answering, as a tablet whose memory ends early.
+    std::optional<std::size_t> streamStopAfter{};
+    // Once this many bytes of the record stream have gone out, the tablet hangs up as for hangUpOn:
+    // what was sent before stays readable, then the line is hung up for good.
+    std::optional<std::size_t> streamHangUpAfter{};
 };
 
 // The tablet's settings as the protocol stored them. EOT counts a reset and keeps the settings: the
@@ -78,6 +97,31 @@ public:
     // faults (a silent tablet too): a late answer, or stray bytes, made by the caller. Nothing after
     // a hang-up.
     void send(const std::string& bytes);
+
+    // What DC2 SI streams: a downloaded record file, sent as it is. Default: SampleVlm(25). A stream
+    // already under way goes on with the records it started with.
+    void setRecords(std::string vlm);
+    // Everything sent leaves at the line rate from now on (or, off, as fast as the pty takes it).
+    void setLineRatePacing(bool on);
+    // The character frame that pacing counts (default 8O1, 11 bits a byte).
+    void setLineFrame(LineFrame frame);
+
+    // Reads no faster than the line brings the bytes (the baud the program set and the frame of
+    // setLineFrame), leaving the rest in the pty so that the program's writes wait (or, off, reads all
+    // that is there at once).
+    void setLineRateReading(bool on);
+
+    // Every upload (FF ... NUL) received so far, decoded, in order.
+    std::vector<Upload> uploads() const;
+    // Waits until at least `count` uploads have ended; false on time-out.
+    bool waitForUploads(std::size_t count, std::chrono::milliseconds timeout) const;
+    // Writes each upload that ends from now on to `dir` (see upload_files.h); "" stops it. Throws
+    // std::runtime_error when `dir` is not a folder.
+    void uploadsTo(const std::string& dir);
+
+    std::string streamed() const; // every byte of record streams sent so far, in order
+    // Waits until at least `count` stream bytes have been sent; false on time-out.
+    bool waitForStreamed(std::size_t count, std::chrono::milliseconds timeout) const;
 
     std::string received() const; // every byte received so far, in order
     void clearReceived();
