@@ -5,6 +5,7 @@
 #include "editor/memo_box.h"
 #include "editor/tab_strip.h"
 #include "platform/fonts.h"
+#include "platform/text_box.h"
 #include "platform/vb_text.h"
 
 #include <QComboBox>
@@ -86,7 +87,8 @@ QWidget* EntryBox(QWidget* parent, int field) {
         UsePlainTextLayout(memo);
         return memo;
     }
-    auto* box = Make<QLineEdit>(parent, name);
+    // The maximum limits typing and pasting only: a longer field read from a file is shown whole.
+    auto* box = Make<vb::TextBox>(parent, name);
     box->setMaxLength(FieldMaxLength(field));
     UsePlainTextLayout(box);
     return box;
@@ -127,7 +129,7 @@ void frmKorvaniUploadUtility::BuildControls() {
 
     // The fixed fields, each caption beside its box; Form_Load sets their final tops.
     for (int field = 0; field <= kInfo4Field; ++field) {
-        lblAI[field] = Label(this, IndexedName("lblAI", field), QString::fromStdString(FieldCaption(field)));
+        lblAI[field] = Label(this, IndexedName("lblAI", field), vb::ToQString(FieldCaption(field)));
         txtAI[field] = EntryBox(this, field);
         const int designTop = field == kMemoField ? kMemoDesignTop : 1500 + field * 300;
         Place(lblAI[field], kCaptionLeft, designTop + 25, kCaptionWidth, kCaptionHeight);

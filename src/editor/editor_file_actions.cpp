@@ -42,7 +42,7 @@ void frmKorvaniUploadUtility::ChooseFileName() {
         if (name.empty()) return;
         if (vb::UCase(vb::Right(name, 3)) != "TXT") name += ".txt";
         if (!CommonDialog1.FileTitle.empty()) {
-            txtSavePath->setText(QFile::decodeName(QByteArray::fromStdString(name)));
+            txtSavePath->setText(vb::FileNameText(name));
             table.FilePathName = name;
         } else {
             vb::MsgBox(msg::kNameNotEntered, msg::kExclamationOk, msg::kNameNotEnteredTitle);
@@ -142,7 +142,9 @@ void frmKorvaniUploadUtility::OpenFile() {
         ReadAndShowFile();
     } catch (const vb::Error& error) {
         if (error.number == vb::errInputPastEndOfFile) {
-            vb::MsgBox(table.FilePathName + msg::kNoRecordsAfterPath, msg::kPlainOk, msg::kNoRecordsTitle);
+            // The path is shown as the file system names it; the words after it are the program's text.
+            vb::MsgBox(vb::FileNameText(table.FilePathName) + vb::ToQString(msg::kNoRecordsAfterPath),
+                       msg::kPlainOk, msg::kNoRecordsTitle);
             cboGoToRecord->clear();
         }
         if (error.number == vb::errFileNotFound) {

@@ -55,26 +55,29 @@ void frmKorvaniUploadUtility::UpdateRecord() {
         vb::MsgBox(msg::kMaximumRecords, msg::kInformationOk, msg::kCannotUpdateTitle);
         return;
     }
-    // Only a record that would be stored is checked, so the order of the next three steps matters:
-    //  - nothing typed, nothing to store: an untouched record is never refused (Commit right after New
-    //    writes the new blank record);
-    //  - while adding (AddingRecord stays set once an add has begun), a record whose 111 boxes are all
-    //    empty is not stored either: a key typed and taken back, or Cancel Add's own move to the last
-    //    record after typing, ends here without the required-field message. The boxes are emptied, the
-    //    new record stays current, and the Go To Record number is remembered for its next selection;
-    //  - otherwise "Name" and "Info 1" must hold more than spaces.
+    // The blank record New File starts with, untouched: while no file is loaded yet and nothing has been
+    // typed, there is nothing to check and nothing to store, so Commit right after New File writes that
+    // blank record instead of being refused for its empty "Name". This is the only update that is not
+    // checked first.
+    if (!table.FileLoaded && table.RecordCount == 1 && !table.RecordEdited) return;
+    // "Name" and "Info 1" must hold more than spaces, typed into or not.
+    if (vb::Trim(BoxText(kNameField)).empty() || vb::Trim(BoxText(kInfo1Field)).empty()) {
+        vb::MsgBox(msg::kUpdateCanceled, msg::kExclamationOk, msg::kUpdateCanceledTitle);
+        table.UpdateCancelled = true;
+        return;
+    }
+    // Nothing typed, nothing to store.
     if (!table.RecordEdited) return;
+    // While adding (AddingRecord stays set once an add has begun), a record whose 111 boxes are all empty
+    // is not stored: the boxes are emptied, the new record stays current, and the Go To Record number is
+    // remembered for its next selection. (Coming after the check of "Name", it sees a Name in its box;
+    // the pass keeps its place in the order all the same.)
     if (table.AddingRecord && AllEntryBoxesEmpty()) {
         EmptyEntryBoxes();
         table.CurrentRecord = table.RecordCount;
         lblRecNum2->setText(QString::number(table.CurrentRecord));
         const std::string goTo = vb::FromQString(cboGoToRecord->currentText());
         if (!goTo.empty()) GoToRemembered = vb::CInt(goTo);
-        return;
-    }
-    if (vb::Trim(BoxText(kNameField)).empty() || vb::Trim(BoxText(kInfo1Field)).empty()) {
-        vb::MsgBox(msg::kUpdateCanceled, msg::kExclamationOk, msg::kUpdateCanceledTitle);
-        table.UpdateCancelled = true;
         return;
     }
     for (int field = 0; field < kFieldCount; ++field)

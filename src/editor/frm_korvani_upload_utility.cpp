@@ -11,6 +11,7 @@
 #include <QCloseEvent>
 #include <QComboBox>
 #include <QGroupBox>
+#include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -34,6 +35,14 @@ bool IsCharacterKey(const QKeyEvent* event) {
     default:
         return true;
     }
+}
+
+// A character reaches a box either as a key press or, composed with a dead key or an input method, as the
+// string the input method commits; both are typing. An input method's preview text is not (yet).
+bool IsCharacterEntry(QEvent* event) {
+    if (event->type() == QEvent::InputMethod)
+        return !static_cast<QInputMethodEvent*>(event)->commitString().isEmpty();
+    return IsCharacterKey(static_cast<QKeyEvent*>(event));
 }
 
 } // namespace
@@ -202,9 +211,9 @@ void frmKorvaniUploadUtility::txtAI_KeyPress(int /*index*/) {
 }
 
 bool frmKorvaniUploadUtility::eventFilter(QObject* watched, QEvent* event) {
-    if (event->type() == QEvent::KeyPress) {
+    if (event->type() == QEvent::KeyPress || event->type() == QEvent::InputMethod) {
         const QVariant index = watched->property("Index");
-        if (index.isValid() && IsCharacterKey(static_cast<QKeyEvent*>(event)))
+        if (index.isValid() && IsCharacterEntry(event))
             Handle([this, index] { txtAI_KeyPress(index.toInt()); });
     } else if (event->type() == QEvent::KeyRelease &&
                (watched == cboGoToRecord || watched == cboGoToRecord->lineEdit())) {

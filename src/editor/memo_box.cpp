@@ -12,7 +12,8 @@ namespace {
 
 // Length of a piece of box text where every line break stands for CR LF.
 int ClassicLength(const QString& text) {
-    return int(text.size() + text.count(QChar::ParagraphSeparator) + text.count('\n'));
+    return int(text.size() + text.count(QChar::ParagraphSeparator) + text.count(QChar::LineSeparator) +
+               text.count('\n'));
 }
 
 // A CR or LF that is not part of a CR LF pair is text, not a line break: the box shows it as its
@@ -30,12 +31,18 @@ MemoBox::MemoBox(QWidget* parent) : QPlainTextEdit(parent) {
     setTabChangesFocus(true);
 }
 
+// The box's raw text: toPlainText() would turn a no-break space into a plain space. Lines are separated
+// by paragraph separators in it.
+QString MemoBox::RawText() const {
+    return document()->toRawText();
+}
+
 std::string MemoBox::Text() const {
-    const QString shown = toPlainText();
+    const QString shown = RawText();
     std::string text;
     text.reserve(std::size_t(shown.size()));
     for (QChar character : shown) {
-        if (character == '\n')
+        if (character == QChar::ParagraphSeparator || character == QChar::LineSeparator || character == '\n')
             text += "\r\n";
         else if (character == kLoneLf)
             text += '\n';
@@ -59,14 +66,14 @@ void MemoBox::SetText(const std::string& text) {
         } else if (text[i] == '\r') {
             shown += QChar(kLoneCr);
         } else {
-            shown += QChar(char16_t(static_cast<unsigned char>(text[i])));
+            shown += vb::ToQString(text.substr(i, 1));
         }
     }
     setPlainText(shown);
 }
 
 int MemoBox::TextLength() const {
-    return ClassicLength(toPlainText());
+    return ClassicLength(RawText());
 }
 
 int MemoBox::Room() const {

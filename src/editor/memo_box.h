@@ -32,6 +32,7 @@ protected:
     void insertFromMimeData(const QMimeData* source) override;
 
 private:
+    QString RawText() const;
     // Characters that may still be inserted in place of the current selection.
     int Room() const;
 

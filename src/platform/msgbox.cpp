@@ -91,9 +91,13 @@ protected:
 } // namespace
 
 int MsgBox(const std::string& prompt, int style, const std::string& title) {
+    return MsgBox(ToQString(prompt), style, title);
+}
+
+int MsgBox(const QString& prompt, int style, const std::string& title) {
     QMessageBox box(QApplication::activeWindow());
     box.setWindowTitle(ToQString(title));
-    box.setText(ToQString(prompt));
+    box.setText(prompt);
     box.setTextFormat(Qt::PlainText);
     box.setIcon(IconOf(style));
 

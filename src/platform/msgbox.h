@@ -8,6 +8,7 @@
 // there is one and OK on an OK box; a Yes/No or Abort/Retry/Ignore box is answered only by its buttons.
 #pragma once
 
+#include <QString>
 #include <string>
 
 namespace vb {
@@ -43,5 +44,12 @@ inline constexpr const char* kApplicationTitle = "Velmora LT Uploader/Downloader
 
 // Shows the box with exactly this title (an empty one stays empty) and returns the answer code.
 int MsgBox(const std::string& prompt, int style, const std::string& title);
+// The same box for a prompt already made into window text: one that names a file is built with
+// FileNameText(path) for the path and ToQString for the program's own words around it.
+int MsgBox(const QString& prompt, int style, const std::string& title);
+// A literal prompt is the program's own text (bytes), as a std::string is.
+inline int MsgBox(const char* prompt, int style, const std::string& title) {
+    return MsgBox(std::string(prompt), style, title);
+}
 
 } // namespace vb

@@ -11,7 +11,9 @@
 
 #include "platform/errors.h"
 
+#include <QFile>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -264,14 +266,54 @@ std::string Str(long value) {
     return std::to_string(value);
 }
 
-QString ToQString(std::string_view bytes) {
-    return QString::fromLatin1(bytes.data(), static_cast<qsizetype>(bytes.size()));
+namespace {
+
+// Windows-1252 (the Western Windows code page) differs from Latin-1 only in 0x80-0x9F. The five bytes it
+// leaves undefined there (0x81, 0x8D, 0x8F, 0x90, 0x9D) stand for the control characters of the same
+// number, as Windows converts them, so that every byte has a character and comes back unchanged.
+constexpr std::array<char16_t, 32> kHighControlRange = {
+    u'\u20AC', u'\u0081', u'\u201A', u'\u0192', u'\u201E', u'\u2026', u'\u2020', u'\u2021',
+    u'\u02C6', u'\u2030', u'\u0160', u'\u2039', u'\u0152', u'\u008D', u'\u017D', u'\u008F',
+    u'\u0090', u'\u2018', u'\u2019', u'\u201C', u'\u201D', u'\u2022', u'\u2013', u'\u2014',
+    u'\u02DC', u'\u2122', u'\u0161', u'\u203A', u'\u0153', u'\u009D', u'\u017E', u'\u0178'};
+
+char16_t CharacterOfByte(unsigned char byte) {
+    return byte >= 0x80 && byte <= 0x9F ? kHighControlRange[byte - 0x80] : char16_t(byte);
 }
 
-// Characters beyond Latin-1 cannot be held in one byte and become "?".
+// The byte of a character, or '?' when the code page has none for it.
+char ByteOfCharacter(char16_t character) {
+    if (character < 0x80 || (character >= 0xA0 && character <= 0xFF)) return char(character);
+    const auto found = std::find(kHighControlRange.begin(), kHighControlRange.end(), character);
+    if (found == kHighControlRange.end()) return '?';
+    return char(0x80 + (found - kHighControlRange.begin()));
+}
+
+} // namespace
+
+QString ToQString(std::string_view bytes) {
+    QString text(static_cast<qsizetype>(bytes.size()), Qt::Uninitialized);
+    QChar* out = text.data();
+    for (char byte : bytes)
+        *out++ = QChar(CharacterOfByte(static_cast<unsigned char>(byte)));
+    return text;
+}
+
+// A character the code page cannot hold becomes one "?", a character beyond the 16-bit range (a surrogate
+// pair) included.
 std::string FromQString(const QString& text) {
-    const QByteArray latin1 = text.toLatin1();
-    return std::string(latin1.constData(), static_cast<std::size_t>(latin1.size()));
+    std::string bytes;
+    bytes.reserve(static_cast<std::size_t>(text.size()));
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar character = text.at(i);
+        if (character.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) ++i;
+        bytes += ByteOfCharacter(character.unicode());
+    }
+    return bytes;
+}
+
+QString FileNameText(std::string_view path) {
+    return QFile::decodeName(QByteArray(path.data(), static_cast<qsizetype>(path.size())));
 }
 
 } // namespace vb

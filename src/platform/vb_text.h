@@ -45,8 +45,16 @@ double Val(std::string_view text);
 // Decimal text of a number without leading blanks ("3", "-12").
 std::string Str(long value);
 
-// The widget edge: every byte 0-255 maps to the same Latin-1 character and back.
+// The widget edge, the one conversion between the program's bytes and the text of every window (boxes,
+// labels, captions, message boxes): the Windows-1252 code page both ways. Every byte 0-255 has its own
+// character (0x80 is the euro sign, 0x91/0x92 the curly single quotes, 0x96 the en dash; the undefined
+// 0x81, 0x8D, 0x8F, 0x90 and 0x9D are the control characters of the same number) and comes back unchanged;
+// a character outside the code page becomes "?".
 QString ToQString(std::string_view bytes);
 std::string FromQString(const QString& text);
+
+// A file name (or path) shown to the user: its bytes decoded as the file system encodes names, not as the
+// code page above, so "Mü.txt" on a UTF-8 file system shows as such.
+QString FileNameText(std::string_view path);
 
 } // namespace vb

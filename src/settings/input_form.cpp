@@ -5,6 +5,7 @@
 #include "platform/handler.h"
 #include "platform/msgbox.h"
 #include "platform/program_end.h"
+#include "platform/text_box.h"
 #include "platform/twips.h"
 #include "platform/vb_text.h"
 
@@ -87,7 +88,7 @@ void InputForm::CreateControls() {
     lblPlease->setWordWrap(true);
     lblPlease->setTextFormat(Qt::PlainText);
 
-    txtResponse = new QLineEdit(this);
+    txtResponse = new vb::TextBox(this);
     txtResponse->setObjectName("txtResponse");
     txtResponse->setGeometry(vb::TwipsRect(120, 600, 4545, 315));
 

@@ -8,6 +8,8 @@
 // which the caller takes as a cancel. The dialog is created for each use and destroyed when it is unloaded.
 #pragma once
 
+#include "platform/text_box.h"
+
 #include <QDialog>
 
 class QCloseEvent;
@@ -29,7 +31,7 @@ public:
 
     // Controls, by their given names.
     QLabel* lblPlease = nullptr;
-    QLineEdit* txtResponse = nullptr;
+    vb::TextBox* txtResponse = nullptr; // its maximum limits typing and pasting only
     QPushButton* cmdOK = nullptr;
     QPushButton* cmdCancel = nullptr;
 

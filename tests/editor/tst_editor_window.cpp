@@ -154,7 +154,7 @@ private slots:
                 auto* box = qobject_cast<QLineEdit*>(Box(editor, field));
                 QVERIFY(box);
                 QCOMPARE(box->parentWidget(), frame);
-                QCOMPARE(box->maxLength(), 33);
+                QCOMPARE(box->property("maxLength").toInt(), 33);
                 QVERIFY(box->y() > previousTop); // one column in ascending field order
                 previousTop = box->y();
                 auto* caption = Control<QLabel>(editor, QStringLiteral("lblKorvani(%1)").arg(field - 12));

@@ -86,8 +86,6 @@ private slots:
     void val();
     void str_data();
     void str();
-    void everyByteRoundTripsThroughQString();
-    void qStringBeyondLatin1BecomesQuestionMark();
 };
 
 void tst_vb_text::inStr_data() {
@@ -578,27 +576,6 @@ void tst_vb_text::str() {
     QFETCH(qlonglong, value);
     QFETCH(QByteArray, expected);
     QCOMPARE(vb::Str(long(value)), Bytes(expected));
-}
-
-void tst_vb_text::everyByteRoundTripsThroughQString() {
-    std::string all;
-    for (int byte = 0; byte < 256; ++byte)
-        all += char(byte);
-
-    const QString text = vb::ToQString(all);
-    QCOMPARE(text.size(), qsizetype(256));
-    for (int byte = 0; byte < 256; ++byte)
-        QVERIFY2(text.at(byte).unicode() == byte, qPrintable(QString("byte %1").arg(byte)));
-
-    const std::string back = vb::FromQString(text);
-    QCOMPARE(back.size(), std::size_t(256));
-    for (int byte = 0; byte < 256; ++byte)
-        QVERIFY2(static_cast<unsigned char>(back[byte]) == byte, qPrintable(QString("byte %1").arg(byte)));
-}
-
-void tst_vb_text::qStringBeyondLatin1BecomesQuestionMark() {
-    QCOMPARE(vb::FromQString(QString::fromUtf8("a\u20acb")), std::string("a?b"));
-    QCOMPARE(vb::FromQString(QString()), std::string());
 }
 
 QTEST_APPLESS_MAIN(tst_vb_text)

@@ -14,6 +14,7 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QInputMethodEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPointer>
@@ -99,6 +100,9 @@ private slots:
     void closeBoxEmptiesOnlyTheItem();
     void lowerCasePasswordIsAnOrdinaryItem();
     void latin1CharacterComesBackAsOneByte();
+    void windowsCharactersComeBackAsTheirCodePageBytes();
+    void textPutInByTheProgramIsKeptWhole();
+    void inputMethodTextIsLimitedLikeTypedText();
     void dialogIsApplicationModalOverTheConsole();
     // Ending the program is final for the whole process (nested loops return at once afterwards): last.
     void endingTheProgramWhileShownStopsTheCaller();
@@ -479,6 +483,46 @@ void InputFormTest::latin1CharacterComesBackAsOneByte() {
     Show(kCompanyName);
     QCOMPARE(strInputValue, std::string("Caf\xE9"));
     QCOMPARE(strInputValue.size(), std::size_t(4));
+}
+
+void InputFormTest::windowsCharactersComeBackAsTheirCodePageBytes() {
+    OnForm([&](InputForm* form) {
+        for (QChar character : QString::fromUtf8("O’Brien – €5"))
+            TypeLatin1(form->txtResponse, character);
+        PressOK(form);
+    });
+    Show(kCompanyName);
+    QCOMPARE(strInputValue, std::string("O\x92"
+                                        "Brien \x96 \x80"
+                                        "5"));
+}
+
+void InputFormTest::textPutInByTheProgramIsKeptWhole() {
+    const QString forty = QString(36, 'x') + "tail";
+    QString shown;
+    OnForm([&](InputForm* form) {
+        form->txtResponse->setText(forty);
+        form->txtResponse->end(false);
+        QTest::keyClicks(form->txtResponse, "y"); // typing stays refused past the maximum
+        shown = form->txtResponse->text();
+        PressOK(form);
+    });
+    Show(kCompanyName);
+    QCOMPARE(shown, forty);
+    QCOMPARE(strInputValue, forty.toStdString());
+}
+
+void InputFormTest::inputMethodTextIsLimitedLikeTypedText() {
+    const QString twentyNine(29, 'a');
+    OnForm([&](InputForm* form) {
+        QTest::keyClicks(form->txtResponse, twentyNine);
+        QInputMethodEvent composed;
+        composed.setCommitString(QString::fromUtf8("éü"));
+        QApplication::sendEvent(form->txtResponse, &composed);
+        PressOK(form);
+    });
+    Show(kCompanyName);
+    QCOMPARE(strInputValue, twentyNine.toStdString() + "\xE9");
 }
 
 void InputFormTest::dialogIsApplicationModalOverTheConsole() {
