@@ -6,8 +6,10 @@
 #include "app/globals.h"
 #include "console/console_window.h"
 #include "platform/errors.h"
+#include "platform/handler.h"
 #include "platform/ole_color.h"
 #include "platform/port_map.h"
+#include "platform/progress_bar.h"
 #include "platform/timing.h"
 #include "platform/vb_text.h"
 
@@ -153,18 +155,29 @@ void frmQuillmaxSerial::cboDownload_Click() {
     }
 }
 
+// The serial control raises its receive notification from a message it posts when it finds input
+// waiting, so the notification runs on the event pass after the one that found the bytes. A read the
+// program makes right after an event pass (the download's wake-up reads after each ENQ it writes) still
+// finds whatever that pass found waiting; the notification takes what is waiting when it runs.
 void frmQuillmaxSerial::MSComm1_OnComm() {
-    // Run-time errors in the receive notification are ignored.
-    try {
-        vntInBuffer += MSComm1.Input();
-        if (blnDownloading) {
-            if (intDownloadMarker == 0) intDownloadMarker = 1;
-            // A value beyond the bar's maximum is refused by the bar and ignored here.
-            if (ProgressBar1->value() < ProgressBar1->maximum())
-                ProgressBar1->setValue(ProgressBar1->value() + 1);
-        }
-    } catch (const vb::Error&) {
-    }
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            vb::RunHandler([this] {
+                // Run-time errors in the receive notification are ignored.
+                try {
+                    vntInBuffer += MSComm1.Input();
+                    if (blnDownloading) {
+                        if (intDownloadMarker == 0) intDownloadMarker = 1;
+                        // A value beyond the bar's maximum is refused with error 380, ignored here: the
+                        // bar stays at its maximum.
+                        vb::SetProgressValue(ProgressBar1, ProgressBar1->value() + 1);
+                    }
+                } catch (const vb::Error&) {
+                }
+            });
+        },
+        Qt::QueuedConnection);
 }
 
 void frmQuillmaxSerial::Timer1_Timer() {

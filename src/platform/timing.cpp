@@ -38,10 +38,12 @@ double BusyDelaySeconds(double count) {
 }
 
 void BusyDelay(double count) {
+    // An idle time, not a spin: the thread sleeps, no events are processed, and bytes arriving meanwhile
+    // wait in the port. sleep_until on the steady clock resumes after a signal and never wakes early.
     const auto until =
-        std::chrono::steady_clock::now() + std::chrono::duration<double>(BusyDelaySeconds(count));
-    while (std::chrono::steady_clock::now() < until) {
-    }
+        std::chrono::steady_clock::now() + std::chrono::ceil<std::chrono::steady_clock::duration>(
+                                               std::chrono::duration<double>(BusyDelaySeconds(count)));
+    std::this_thread::sleep_until(until);
 }
 
 void BusyCount(long count) {

@@ -10,9 +10,9 @@ void DoEvents();
 // Sleeps the thread; no events are processed meanwhile.
 void Sleep(int milliseconds);
 
-// The download's idle delay: a busy wait that processes no events, proportional to `count`
-// (750000 counts = 150 ms, so the three communication rates keep their 3 : 1 : 6 ratio on every machine).
-// VELMORA_DELAY_SCALE (a factor, tests only) shortens it.
+// The download's idle delay: a wait that processes no events, proportional to `count` (750000 counts =
+// 150 ms, so the three communication rates keep their 3 : 1 : 6 ratio on every machine). It sleeps, so
+// it keeps no core busy. VELMORA_DELAY_SCALE (a factor, tests only) shortens it.
 void BusyDelay(double count);
 // How long BusyDelay(count) waits, in seconds.
 double BusyDelaySeconds(double count);

@@ -9,8 +9,11 @@
 #include "tablet.h"
 
 #include <QAbstractButton>
+#include <QDir>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMessageBox>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QTest>
 
@@ -43,8 +46,15 @@ void CommandLineTest::searchFollowsTheCommandLine() {
     const QStringList arguments = QCoreApplication::arguments().mid(1);
     QVERIFY2(!arguments.isEmpty(), "run with a command line, as CTest does");
     const QString commandLine = arguments.join(' ').trimmed();
+    // The output file's folder exists and holds no file yet, so a download that wrote would leave one.
+    const QString output = commandLine.mid(2).trimmed();
+    if (commandLine.size() >= 2) {
+        QVERIFY(QDir().mkpath(QFileInfo(output).absolutePath()));
+        QFile::remove(output);
+    }
     frmQuillmaxSerial* console = StartConsole();
-    // The download announces itself; the reset, run on port 0 before any search, shows its port error.
+    // The download runs on port 0, since no search has run: opening fails and its trap ends it with
+    // no message and nothing written. The reset then shows its port error, and the program ends.
     QStringList ran;
     connect(console, &frmQuillmaxSerial::deviceOperationStarted, this,
             [&ran](const QString& handler) { ran << handler; });
@@ -74,7 +84,10 @@ void CommandLineTest::searchFollowsTheCommandLine() {
         QCOMPARE(console->cursor().shape(), Qt::ArrowCursor);
         return;
     }
-    QCOMPARE(console->strCmdFile, commandLine.mid(2).trimmed().toStdString());
+    QCOMPARE(console->strCmdFile, output.toStdString());
+    QVERIFY2(!QFileInfo::exists(output), "the download on port 0 wrote nothing");
+    QCOMPARE(console->cursor().shape(), Qt::ArrowCursor);
+    QVERIFY(!console->ProgressBar1->isVisible());
     QCOMPARE(console->MSComm1.Settings(), std::string("115200,O,8,1"));
     if (commandLine.startsWith("0,")) {
         QCOMPARE(ran, QStringList({"cmdDownload_Click", "reset's box: ERROR / Invalid Port Number"}));

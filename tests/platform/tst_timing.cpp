@@ -1,4 +1,5 @@
-// Waits as the program makes them: DoEvents yields to pending events, Sleep and the busy delays do not;
+// Waits as the program makes them: DoEvents yields to pending events, Sleep and the busy delays do not,
+// and the download's idle delay sleeps rather than spins;
 // the window timer ticks only while events are processed; VELMORA_TICK_MS and VELMORA_DELAY_SCALE shorten
 // the waits in tests. Only lower bounds of time are asserted: a loaded machine can only make waits longer.
 #include "platform/program_end.h"
@@ -9,6 +10,7 @@
 #include <QSignalSpy>
 #include <QTimer>
 #include <QtTest>
+#include <sys/resource.h>
 
 namespace {
 
@@ -20,6 +22,14 @@ struct QueuedCall {
     }
     bool ran = false;
 };
+
+// CPU time this thread has used so far, in seconds.
+double ThreadCpuSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
 
 // Sets an environment variable for the life of the object.
 struct EnvironmentSetting {
@@ -47,6 +57,7 @@ private slots:
     void doEventsRunsPendingEvents();
     void sleepProcessesNoEvents();
     void busyDelayProcessesNoEvents();
+    void busyDelayKeepsNoCoreBusy();
     void busyCountProcessesNoEvents();
     void busyDelayIsProportionalToTheCount_data();
     void busyDelayIsProportionalToTheCount();
@@ -84,6 +95,19 @@ void TimingTest::busyDelayProcessesNoEvents() {
     vb::BusyDelay(100000); // 20 ms
     QVERIFY(clock.elapsed() >= 20);
     QVERIFY(!call.ran);
+}
+
+// The idle delay is an idle time: over 150 ms the thread uses a few milliseconds of CPU at most (a spin
+// would use all 150; a loaded machine only lowers the figure).
+void TimingTest::busyDelayKeepsNoCoreBusy() {
+    EnvironmentSetting scale("VELMORA_DELAY_SCALE", QByteArray());
+    const double before = ThreadCpuSeconds();
+    QElapsedTimer clock;
+    clock.start();
+    vb::BusyDelay(750000);
+    const double used = ThreadCpuSeconds() - before;
+    QVERIFY(clock.elapsed() >= 150);
+    QVERIFY2(used < 0.015, qPrintable(QString("%1 s of CPU in a 150 ms delay").arg(used)));
 }
 
 void TimingTest::busyCountProcessesNoEvents() {
