@@ -79,6 +79,14 @@ public:
     bool blnCancelDownload = false; // set false at start, read by nothing
     bool blnCancelUpload = false;
     short intDownloadMarker = 0; // set by the receive notification and the download, read by nothing
+    // The downloaded record file the viewer shows: its full path, and its record count without leading
+    // zeros ("005" gives "5").
+    std::string strRecordFile, strRecordCount;
+    // The data file upload: the file chosen, the packed text being sent (emptied after a successful upload)
+    // and the 1-based position of the character last sent.
+    std::string strUploadFile;
+    std::string strUploadText;
+    std::int32_t lngUploadPosition = 0;
 
     // The button Esc presses; none until a device search has made "E&xit" the cancel button.
     QPushButton* CancelButton() const { return cancelButton; }
@@ -136,6 +144,8 @@ private:
     bool ExchangeStage(const console::Stage& stage);
     // Company name, main menu title and password: ask for the value, then send it.
     void SetTextSetting(const settings::TextSetting& setting);
+    // The data file upload without its error trap: handshake, file, packing, sending.
+    void SendDataFile();
 
     QPushButton* cancelButton = nullptr;
 };

@@ -227,20 +227,26 @@ void MSComm::close() {
     ::close(closing->fd);
 }
 
+// When the output buffer is full the write waits for room, however long the line takes to drain it, and
+// processes no events meanwhile: the bytes go out whole and in order. A line that has hung up fails
+// instead of waiting for ever.
 void MSComm::Output(const std::string& bytes) {
     if (!port) Raise(errPortNotOpen);
+    auto fail = [this](const char* why) {
+        Raise(errPortNotOpen, "The device is not open: " + port->path + " " + why);
+    };
     std::size_t sent = 0;
     while (sent < bytes.size()) {
         const ssize_t written = ::write(port->fd, bytes.data() + sent, bytes.size() - sent);
         if (written > 0) {
             sent += std::size_t(written);
-        } else if (written < 0 && (errno == EAGAIN || errno == EINTR)) {
-            pollfd writable{port->fd, POLLOUT, 0};
-            if (poll(&writable, 1, 1000) <= 0)
-                Raise(errPortNotOpen, "The device is not open: " + port->path + " takes no more output");
-        } else {
-            Raise(errPortNotOpen, "The device is not open: " + port->path + " " + std::strerror(errno));
+            continue;
         }
+        if (written < 0 && errno == EINTR) continue;
+        if (written == 0 || errno != EAGAIN) fail(written == 0 ? "takes no output" : std::strerror(errno));
+        pollfd writable{port->fd, POLLOUT, 0};
+        if (poll(&writable, 1, -1) < 0 && errno != EINTR) fail(std::strerror(errno));
+        if (writable.revents & (POLLHUP | POLLERR | POLLNVAL)) fail("has hung up");
     }
 }
 

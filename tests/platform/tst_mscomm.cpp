@@ -13,11 +13,13 @@
 #include <QTest>
 #include <fcntl.h>
 #include <fstream>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <termios.h>
+#include <thread>
 #include <unistd.h>
 
 using namespace testing_support;
@@ -42,6 +44,35 @@ struct Observer {
         return flag;
     }
     int fd;
+};
+
+// A pty pair of the test's own, its slave linked as COM<port> in the ports folder; the far side reads
+// only when the test says so.
+struct OwnLine {
+    OwnLine(const PortsFolder& ports, int port) {
+        master = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+        if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) return;
+        QFile::link(QString::fromLocal8Bit(ptsname(master)), QString::fromStdString(ports.port(port)));
+    }
+    ~OwnLine() { hangUp(); }
+    // Reads until `count` bytes have come or `limit` passes.
+    std::string readAll(std::size_t count, std::chrono::milliseconds limit) const {
+        std::string got;
+        const auto until = std::chrono::steady_clock::now() + limit;
+        char chunk[4096];
+        while (got.size() < count && std::chrono::steady_clock::now() < until) {
+            pollfd readable{master, POLLIN, 0};
+            if (poll(&readable, 1, 50) <= 0) continue;
+            const ssize_t n = ::read(master, chunk, sizeof chunk);
+            if (n > 0) got.append(chunk, std::size_t(n));
+        }
+        return got;
+    }
+    void hangUp() {
+        if (master >= 0) ::close(master);
+        master = -1;
+    }
+    int master = -1;
 };
 
 } // namespace
@@ -74,6 +105,8 @@ private slots:
     void closedPortRaises8012();
     void settingsChangedWhileOpenApplyAtOnce();
     void farSideGoingAwayDoesNotHang();
+    void outputWaitsForRoomAndLosesNoByte();
+    void outputToAHungUpLineFails();
 };
 
 void MSCommTest::settingsAccepted_data() {
@@ -279,9 +312,12 @@ void MSCommTest::outputAndInputCarryBytesUnchanged() {
     port.setCommPort(3);
     port.setSettings("115200,O,8,1");
     port.setPortOpen(true);
-    port.Output(everyByte);
-    QVERIFY(tablet.waitForReceived(256, 2s));
-    QCOMPARE(tablet.received(), everyByte);
+    // 0x0C starts an upload on the tablet, which then takes every byte as data up to a NUL: the NUL after
+    // them ends it, so that the tablet answers ENQ again below.
+    const std::string sent = everyByte + std::string(1, '\0');
+    port.Output(sent);
+    QVERIFY(tablet.waitForReceived(sent.size(), 2s));
+    QCOMPARE(tablet.received(), sent);
     QCOMPARE(port.InBufferCount(), 0L);
 
     // Answering ENQ with every byte value, the tablet sends all 256 of them back.
@@ -455,6 +491,59 @@ void MSCommTest::farSideGoingAwayDoesNotHang() {
     QCOMPARE(notifications.count(), 0);
     port.setPortOpen(false);
     QVERIFY(!port.PortOpen());
+}
+
+void MSCommTest::outputWaitsForRoomAndLosesNoByte() {
+    // Far more than the pty holds, so the writes must wait until the far side, idle at first, reads.
+    std::string bytes(400000, '\0');
+    for (std::size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = char(i * 7 % 251);
+    PortsFolder ports;
+    OwnLine line(ports, 5);
+    QVERIFY(line.master >= 0);
+    vb::MSComm port;
+    port.setCommPort(5);
+    port.setSettings("115200,O,8,1");
+    port.setPortOpen(true);
+
+    std::string received;
+    std::thread farSide([&] {
+        std::this_thread::sleep_for(1500ms); // longer than any give-up time a write could have
+        received = line.readAll(bytes.size(), 20s);
+    });
+    const auto started = std::chrono::steady_clock::now();
+    const std::int64_t error = ErrorOf([&] {
+        port.Output(bytes.substr(0, 1000)); // one write of many characters
+        for (std::size_t i = 1000; i < bytes.size(); i += 4096)
+            port.Output(bytes.substr(i, 4096));
+    });
+    const auto took = std::chrono::steady_clock::now() - started;
+    farSide.join();
+    QCOMPARE(error, std::int64_t(0));
+    QVERIFY(took >= 1400ms);
+    QCOMPARE(received.size(), bytes.size());
+    QVERIFY(received == bytes);
+}
+
+void MSCommTest::outputToAHungUpLineFails() {
+    PortsFolder ports;
+    OwnLine line(ports, 5);
+    QVERIFY(line.master >= 0);
+    vb::MSComm port;
+    port.setCommPort(5);
+    port.setPortOpen(true);
+    // The far side never reads and hangs up while the write waits for room.
+    std::thread farSide([&] {
+        std::this_thread::sleep_for(300ms);
+        line.hangUp();
+    });
+    const auto started = std::chrono::steady_clock::now();
+    const std::int64_t error = ErrorOf([&] { port.Output(std::string(400000, 'x')); });
+    const auto took = std::chrono::steady_clock::now() - started;
+    farSide.join();
+    QCOMPARE(error, std::int64_t(vb::errPortNotOpen));
+    QVERIFY(took < 10s);
+    port.setPortOpen(false);
 }
 
 QTEST_GUILESS_MAIN(MSCommTest)
