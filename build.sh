@@ -3,6 +3,8 @@
 #   ./build.sh run    install what is missing, build, start the tool
 #   ./build.sh test   install what is missing, build, run every test
 #   ./build.sh bench  install what is missing, build, run the benchmarks
+#   ./build.sh sanitize  install what is missing, build with AddressSanitizer and UndefinedBehaviorSanitizer
+#                        into build-sanitize/, run every test there (CI runs it after the tests)
 # Only Debian packages are installed (as root, or through sudo); nothing else is downloaded.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -22,9 +24,16 @@ install_missing() {
     DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
+# ccache, when the machine has it, makes rebuilds in a fresh clone or a second build folder quick.
+launcher=()
+command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+export CCACHE_BASEDIR="$PWD"
+
 build() {
-    cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-    cmake --build build -j"$(nproc)"
+    local folder=${1:-build}
+    shift || true
+    cmake -S . -B "$folder" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" "$@" >/dev/null
+    cmake --build "$folder" -j"$(nproc)"
 }
 
 case "${1:-run}" in
@@ -46,8 +55,19 @@ bench)
         "$bench"
     done
     ;;
+sanitize)
+    install_missing
+    build build-sanitize -DVELMORA_SANITIZE=ON
+    # Any report fails its test. Leaks of libraries' own one-time allocations are listed, each explained,
+    # in tests/sanitizer/lsan.supp.
+    export ASAN_OPTIONS=abort_on_error=0:detect_leaks=1:exitcode=23
+    export LSAN_OPTIONS="suppressions=$PWD/tests/sanitizer/lsan.supp:print_suppressions=0"
+    export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+    cd build-sanitize
+    exec ctest --output-on-failure -j"$(nproc)"
+    ;;
 *)
-    echo "usage: $0 [run|test|bench]" >&2
+    echo "usage: $0 [run|test|bench|sanitize]" >&2
     exit 2
     ;;
 esac
