@@ -71,8 +71,8 @@ void CommonDialog::Show(bool save) {
         if (FilterIndex >= 1 && FilterIndex <= filters.size())
             dialog.selectNameFilter(filters[FilterIndex - 1]);
     }
-    if (!InitDir.empty()) dialog.setDirectory(ToQString(InitDir));
-    if (!FileName.empty()) dialog.selectFile(ToQString(FileName));
+    if (!InitDir.empty()) dialog.setDirectory(FileNameText(InitDir));
+    if (!FileName.empty()) dialog.selectFile(FileNameText(FileName));
     dialog.setWindowModality(Qt::ApplicationModal);
 
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) {

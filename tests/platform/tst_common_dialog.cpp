@@ -5,6 +5,7 @@
 #include "support/error_of.h"
 #include "support/modal_answerer.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
@@ -43,6 +44,7 @@ private slots:
     void nameFilters();
     void showOpenChoosesAFile();
     void folderWithANamedPipeDoesNotFreezeTheDialog();
+    void startingFolderAndNameAreFileSystemNames();
     void filterIndexSelectsTheFilterAndFollowsTheChoice();
     void showSaveDoesNotAskBeforeOverwriting();
     void cancelWithCancelErrorRaises32755();
@@ -91,6 +93,25 @@ void CommonDialogTest::folderWithANamedPipeDoesNotFreezeTheDialog() {
     dialog.ShowOpen();
     QCOMPARE(QString::fromStdString(dialog.FileName), path);
     QCOMPARE(answerer.pending(), 0);
+}
+
+void CommonDialogTest::startingFolderAndNameAreFileSystemNames() {
+    const QString inner = folder.filePath(QString::fromUtf8("Mü€"));
+    QVERIFY(QDir().mkpath(inner));
+    QString shownFolder, shownName;
+    ModalAnswerer answerer;
+    answerer.handle([&](QWidget* window) {
+        auto* dialog = qobject_cast<QFileDialog*>(window);
+        shownFolder = dialog->directory().absolutePath();
+        shownName = dialog->selectedFiles().value(0);
+        dialog->reject();
+    });
+    vb::CommonDialog dialog;
+    dialog.InitDir = QFile::encodeName(inner).toStdString();
+    dialog.FileName = QFile::encodeName(inner + QString::fromUtf8("/Zoë.txt")).toStdString();
+    dialog.ShowSave();
+    QCOMPARE(shownFolder, inner);
+    QCOMPARE(shownName, inner + QString::fromUtf8("/Zoë.txt"));
 }
 
 void CommonDialogTest::showOpenChoosesAFile() {
