@@ -14,12 +14,15 @@
 
 namespace {
 
-// A call queued to the event loop; `ran` turns true only when pending events are processed.
+// A call queued to the event loop; `ran` turns true only when pending events are processed. The call is
+// queued on an object that dies with this one, so a call still pending when the test function ends is
+// dropped instead of writing into a finished stack frame.
 struct QueuedCall {
     QueuedCall() {
         QMetaObject::invokeMethod(
-            qApp, [this] { ran = true; }, Qt::QueuedConnection);
+            &context, [this] { ran = true; }, Qt::QueuedConnection);
     }
+    QObject context;
     bool ran = false;
 };
 
