@@ -20,6 +20,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -61,6 +62,13 @@ struct DownloadRun : DeviceCommandRun {
 
     void download() { QTest::mouseClick(console->cmdDownload, Qt::LeftButton); }
 };
+
+// The last message box the answerer saw, for a failure message ("none" when there was none).
+QString LastBoxSeen(const ModalAnswerer& answerer) {
+    if (answerer.boxes.isEmpty()) return "none";
+    const std::unique_ptr<char[]> text(toString(answerer.boxes.last()));
+    return QString::fromUtf8(text.get());
+}
 
 // How many ENQ bytes the text begins with.
 std::size_t LeadingEnqs(const std::string& text) {
@@ -166,7 +174,7 @@ void RecordDownloadTest::twentyDownloadsInARowAreSavedWhole() {
         run.download();
         QVERIFY2(run.answerer.unexpected.isEmpty(), qPrintable(run.answerer.unexpected.join(", ")));
         QVERIFY2(run.answerer.pending() == 0,
-                 qPrintable(QString("download %1: %2").arg(i).arg(toString(run.answerer.boxes.last()))));
+                 qPrintable(QString("download %1: %2").arg(i).arg(LastBoxSeen(run.answerer))));
         const std::string saved = vb::ReadAll(path);
         QVERIFY2(saved.substr(LeadingEnqs(saved)) == sample,
                  qPrintable(QString("download %1: %2 ENQ bytes received before the start")
