@@ -1,13 +1,16 @@
 #include "platform/mscomm.h"
 
 #include "platform/errors.h"
+#include "platform/lock_file.h"
 #include "platform/port_map.h"
 
 #include <QSocketNotifier>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <grp.h>
 #include <poll.h>
+#include <set>
 #include <sstream>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -115,7 +118,9 @@ LineSettings ParseSettings(const std::string& text) {
         line.baud = std::stoi(parts[0]);
         line.parity = char(std::toupper(static_cast<unsigned char>(parts[1][0])));
         line.dataBits = std::stoi(parts[2]);
-        valid = SpeedOf(line.baud) != 0 && std::strchr("NOEMS", line.parity) && line.dataBits >= 5 &&
+        // A set of letters, not strchr: strchr finds a NUL byte at the end of any text.
+        valid = SpeedOf(line.baud) != 0 &&
+                std::string_view("NOEMS").find(line.parity) != std::string_view::npos && line.dataBits >= 5 &&
                 line.dataBits <= 8 && (parts[3] == "1" || parts[3] == "1.5" || parts[3] == "2");
         if (valid) line.stopBits = std::stod(parts[3]);
     }
@@ -128,13 +133,87 @@ struct MSComm::Port {
     std::string path;
     bool pseudoTerminal = false;
     termios found{};
+    PortLock lock;
     std::unique_ptr<QSocketNotifier> notifier;
 };
+
+namespace {
+
+// Every port open in the program, so that ending it on a signal closes them all, whichever window owns
+// them. One thread uses them, as it uses the ports.
+std::set<MSComm*>& OpenPorts() {
+    static std::set<MSComm*> ports;
+    return ports;
+}
+
+// How the port's path and the device behind it are named in a description: both, when a link resolved.
+std::string Named(const std::string& path, const std::string& device) {
+    return device == path ? path : path + " (" + device + ")";
+}
+
+std::string GroupOf(const std::string& device) {
+    struct stat info {};
+    if (stat(device.c_str(), &info) != 0) return {};
+    const group* owner = getgrgid(info.st_gid);
+    return owner ? owner->gr_name : std::to_string(info.st_gid);
+}
+
+// A port whose path holds no device to open.
+[[noreturn]] void RaiseUnusablePath(const std::string& path, const PortPath& found) {
+    std::string why;
+    switch (found.kind) {
+    case PathKind::Missing:
+        why = path + " does not exist";
+        break;
+    case PathKind::DanglingLink:
+        why = path + " is a link to " + found.device + ", which does not exist";
+        break;
+    case PathKind::LinkLoop:
+        why = path + " is a link loop: its links lead back to themselves";
+        break;
+    case PathKind::Directory:
+        why = Named(path, found.device) + " is a directory, not a serial port";
+        break;
+    case PathKind::NotADevice:
+    case PathKind::Device:
+        why = Named(path, found.device) + " is not a serial port";
+        break;
+    }
+    Raise(errInvalidPortNumber, DefaultDescription(errInvalidPortNumber) + ": " + why);
+}
+
+// The description of a failed open(2) of the port's device.
+[[noreturn]] void RaiseOpenFailure(int error, const std::string& path, const std::string& device) {
+    const std::string named = Named(path, device);
+    if (error == EACCES || error == EPERM) {
+        const std::string group = GroupOf(device);
+        Raise(errInvalidPortNumber, DefaultDescription(errInvalidPortNumber) + ": no permission to open " +
+                                        named +
+                                        (group.empty() ? "" : ", which belongs to the group " + group) +
+                                        "; add your user to the dialout group (sudo adduser $USER dialout) "
+                                        "and log in again");
+    }
+    if (error == EBUSY)
+        Raise(errPortAlreadyOpen, "Port already open: " + named + " is in use by another program");
+    if (error == ENOENT)
+        Raise(errInvalidPortNumber,
+              DefaultDescription(errInvalidPortNumber) + ": " + named + " does not exist");
+    Raise(errInvalidPortNumber, DefaultDescription(errInvalidPortNumber) + ": " + named +
+                                    " has no serial port behind it (" + std::strerror(error) + ")");
+}
+
+} // namespace
 
 MSComm::MSComm(QObject* parent) : QObject(parent) {}
 
 MSComm::~MSComm() {
     if (port) close();
+}
+
+void MSComm::CloseEveryOpenPort() {
+    const std::set<MSComm*> open = OpenPorts();
+    for (MSComm* each : open)
+        each->setPortOpen(false);
 }
 
 void MSComm::setCommPort(short number) {
@@ -162,43 +241,57 @@ void MSComm::setPortOpen(bool open_) {
         close();
 }
 
+// Checks the path, takes the lock file, opens the device and takes it for this program alone; a failure
+// at any step undoes the steps before it and raises the error that names the path and the reason.
 void MSComm::open() {
     const LineSettings line = ParseSettings(settings);
     const std::string path = DeviceForPort(commPort);
-    if (path.empty()) Raise(errInvalidPortNumber);
-
-    const int fd = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) {
-        const int error = errno;
-        if (error == EACCES || error == EPERM)
-            Raise(errInvalidPortNumber, "Invalid Port Number: no permission to open " + path +
-                                            "; add your user to the dialout group (sudo adduser $USER "
-                                            "dialout) and log in again");
-        if (error == EBUSY)
-            Raise(errPortAlreadyOpen, "Port already open: " + path + " is in use by another program");
-        Raise(errInvalidPortNumber);
+    if (path.empty()) {
+        // Port 0 (no search yet) has no path to name. A port the machine has no device for says so.
+        if (commPort < 1 || commPort > kHighestPort) Raise(errInvalidPortNumber);
+        Raise(errInvalidPortNumber, DefaultDescription(errInvalidPortNumber) +
+                                        ": this machine has no serial device for port " +
+                                        std::to_string(commPort));
     }
-    auto fail = [fd](std::int64_t number, const std::string& description) {
-        ::close(fd);
-        Raise(number, description);
-    };
-    if (!isatty(fd)) fail(errInvalidPortNumber, "Invalid Port Number: " + path + " is not a serial port");
-    if (flock(fd, LOCK_EX | LOCK_NB) != 0)
-        fail(errPortAlreadyOpen, "Port already open: " + path + " is in use by another program");
+    const PortPath found = ExaminePortPath(path);
+    if (found.kind != PathKind::Device) RaiseUnusablePath(path, found);
+    const std::string named = Named(path, found.device);
 
     auto opened = std::make_unique<Port>();
-    opened->fd = fd;
     opened->path = path;
+    opened->lock = TakePortLock(found.device);
+    if (opened->lock.holder)
+        Raise(errPortAlreadyOpen, "Port already open: " + named + " is locked by process " +
+                                      std::to_string(opened->lock.holder) + " (" + LockFileFor(found.device) +
+                                      ")");
+    auto fail = [&](std::int64_t number, const std::string& description) {
+        if (opened->fd >= 0) ::close(opened->fd);
+        ReleasePortLock(opened->lock);
+        Raise(number, description);
+    };
+
+    opened->fd = ::open(found.device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    if (opened->fd < 0) {
+        const int error = errno;
+        ReleasePortLock(opened->lock);
+        RaiseOpenFailure(error, path, found.device);
+    }
+    const int fd = opened->fd;
+    const std::string notASerialPort =
+        DefaultDescription(errInvalidPortNumber) + ": " + named + " is not a serial port";
+    if (!isatty(fd)) fail(errInvalidPortNumber, notASerialPort);
+    if (flock(fd, LOCK_EX | LOCK_NB) != 0)
+        fail(errPortAlreadyOpen, "Port already open: " + named + " is in use by another program");
+
     opened->pseudoTerminal = IsPseudoTerminal(fd);
-    if (tcgetattr(fd, &opened->found) != 0)
-        fail(errInvalidPortNumber, "Invalid Port Number: " + path + " is not a serial port");
+    if (tcgetattr(fd, &opened->found) != 0) fail(errInvalidPortNumber, notASerialPort);
     termios next = RawTermios(opened->found, line);
     if (tcsetattr(fd, TCSANOW, &next) != 0) {
         // A pseudo-terminal refuses parity and 7 data bits; it takes the rest as asked.
         next.c_cflag &= ~(CSIZE | PARENB | PARODD | CMSPAR);
         next.c_cflag |= CS8;
         if (!opened->pseudoTerminal || tcsetattr(fd, TCSANOW, &next) != 0)
-            fail(errInvalidPropertyValue, "Invalid property value: " + path + " refuses " + settings);
+            fail(errInvalidPropertyValue, "Invalid property value: " + named + " refuses " + settings);
     }
     ioctl(fd, TIOCEXCL);
 
@@ -214,9 +307,11 @@ void MSComm::open() {
             port->notifier->setEnabled(false);
     });
     port = std::move(opened);
+    OpenPorts().insert(this);
 }
 
 void MSComm::close() {
+    OpenPorts().erase(this);
     std::unique_ptr<Port> closing = std::move(port);
     closing->notifier.reset();
     // A UART finishes sending at the settings it was written with; a pty has nothing to drain.
@@ -225,6 +320,7 @@ void MSComm::close() {
     ioctl(closing->fd, TIOCNXCL);
     flock(closing->fd, LOCK_UN);
     ::close(closing->fd);
+    ReleasePortLock(closing->lock);
 }
 
 // When the output buffer is full the write waits for room, however long the line takes to drain it, and

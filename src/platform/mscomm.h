@@ -9,9 +9,13 @@
 // unless the program reads it, so polling loops that process no events see the bytes pile up.
 //
 // Interface: CommPort/setCommPort, Settings/setSettings, PortOpen/setPortOpen, Output, Input,
-// InBufferCount/setInBufferCount, the OnComm signal.
-// Errors: 8002 port with no device (port 0, a missing COM<n>, a path that is not a tty, no permission:
-// the description then names the device and the dialout group); 8005 a port another program holds, or a
+// InBufferCount/setInBufferCount, the OnComm signal; CloseEveryOpenPort for the end of the program.
+// Opening also takes the device's lock file (lock_file.h), which closing removes.
+//
+// Errors: 8002 a port with no device to open; its description names the port's path and the reason (it
+// does not exist, a dangling link, a link loop, a directory, not a serial port, no permission: then the
+// device's group and the dialout group); port 0 has no path and says "Invalid Port Number" alone. 8005 a
+// port another program holds (its flock, or a live lock file: the description names the process), or a
 // CommPort change while open; 8012 reading or writing a closed port; 380 a malformed Settings text.
 #pragma once
 
@@ -54,6 +58,10 @@ public:
 
     // The device the open port uses ("" when closed).
     std::string DevicePath() const;
+
+    // Closes every port open in the program, whichever window owns it (the end of the program on a
+    // signal, which knows no windows).
+    static void CloseEveryOpenPort();
 
 signals:
     void OnComm();

@@ -1,11 +1,13 @@
 #include "platform/port_map.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
+#include <sys/stat.h>
 
 namespace fs = std::filesystem;
 
@@ -70,6 +72,30 @@ std::vector<std::string> MachineSerialDevices(const DeviceRoots& roots) {
     const std::set<std::string> console = ConsoleDevices(roots);
     std::erase_if(devices, [&](const std::string& path) { return console.count(path) > 0; });
     return devices;
+}
+
+PortPath ExaminePortPath(const std::string& path) {
+    struct stat link {};
+    if (lstat(path.c_str(), &link) != 0)
+        return {errno == EACCES ? PathKind::Device : PathKind::Missing, path};
+    struct stat target {};
+    if (stat(path.c_str(), &target) != 0) {
+        if (errno == ELOOP) return {PathKind::LinkLoop, path};
+        if (errno == ENOENT || errno == ENOTDIR) {
+            std::error_code error;
+            const fs::path pointee = fs::read_symlink(path, error);
+            const fs::path absolute =
+                pointee.is_absolute() ? pointee : fs::path(path).parent_path() / pointee;
+            return {PathKind::DanglingLink, error ? path : absolute.lexically_normal().string()};
+        }
+        return {PathKind::Device, path};
+    }
+    std::error_code error;
+    const fs::path resolved = fs::canonical(path, error);
+    const std::string device = error ? path : resolved.string();
+    if (S_ISDIR(target.st_mode)) return {PathKind::Directory, device};
+    if (!S_ISCHR(target.st_mode)) return {PathKind::NotADevice, device};
+    return {PathKind::Device, device};
 }
 
 std::string DeviceForPort(int port) {

@@ -91,6 +91,9 @@ private slots:
     void timerTickCountsAndWrapsAbove32500();
     void commandLineUsesTheBaudComboAndEndsTheProgram();
     void singleCharacterCommandLineEndsTheSearchSilently();
+    void failedSearchListsWhatItMetInTheLightsTooltip();
+    void searchEndingAtMissingPort16ListsEveryPortInTheTooltip();
+    void foundTabletsDeviceIsNamedInTheLightsTooltip();
 
 private:
     void search();
@@ -512,6 +515,61 @@ void DeviceSearchTest::singleCharacterCommandLineEndsTheSearchSilently() {
     for (const char* name : kDeviceButtons)
         QVERIFY2(!Control(console, name)->isEnabled(), name);
     QCOMPARE(console->cursor().shape(), Qt::ArrowCursor);
+}
+
+void DeviceSearchTest::failedSearchListsWhatItMetInTheLightsTooltip() {
+    // Port 1 missing, 2 a folder, 3 silent, 4 answers without ENQ, 5 held by another program (which ends
+    // the search).
+    QVERIFY(std::filesystem::create_directory(ports->port(2)));
+    sim::Tablet& silent = add(3, {.silent = true});
+    sim::Tablet& chatty = add(4, {.replyText = std::string("HELLO")});
+    sim::Tablet& held = add(5);
+    sim::Tablet& beyond = add(6);
+    const int other = ::open(held.devicePath().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    QVERIFY(other >= 0);
+    QVERIFY(flock(other, LOCK_EX | LOCK_NB) == 0);
+    ModalAnswerer answerer;
+    search();
+    ::close(other);
+    QVERIFY(answerer.unexpected.isEmpty()); // the search itself stays silent
+    QCOMPARE(beyond.received(), std::string());
+    auto named = [](const sim::Tablet& tablet) {
+        return QString::fromStdString(tablet.linkPath() + " (" + tablet.devicePath() + ")");
+    };
+    const QString folder = QString::fromStdString(ports->path());
+    QCOMPARE(console->lblConnected->toolTip().split('\n'),
+             QStringList(
+                 {"No Velmora LT found.", "Port 1: Invalid Port Number: " + folder + "/COM1 does not exist",
+                  "Port 2: Invalid Port Number: " + folder + "/COM2 is a directory, not a serial port",
+                  "Port 3: " + named(silent) + " is silent: no answer to ENQ",
+                  "Port 4: " + named(chatty) + " answered without ENQ",
+                  "Port 5: Port already open: " + named(held) + " is in use by another program"}));
+}
+
+void DeviceSearchTest::searchEndingAtMissingPort16ListsEveryPortInTheTooltip() {
+    add(17);
+    search();
+    const QStringList lines = console->lblConnected->toolTip().split('\n');
+    QCOMPARE(lines.size(), 17);
+    QCOMPARE(lines.first(), QString("No Velmora LT found."));
+    for (int port = 1; port <= 16; ++port)
+        QCOMPARE(lines[port], QStringLiteral("Port %1: Invalid Port Number: %2/COM%1 does not exist")
+                                  .arg(port)
+                                  .arg(QString::fromStdString(ports->path())));
+}
+
+void DeviceSearchTest::foundTabletsDeviceIsNamedInTheLightsTooltip() {
+    add(1, {.silent = true});
+    sim::Tablet& tablet = add(2);
+    search();
+    QCOMPARE(intComPort, short(2));
+    QCOMPARE(console->lblConnected->toolTip(),
+             QString::fromStdString("Velmora LT found on port 2: " + tablet.linkPath() + " (" +
+                                    tablet.devicePath() + ")"));
+    // A later search that finds nothing replaces it.
+    tablets.clear();
+    search();
+    QVERIFY(console->lblConnected->toolTip().startsWith("No Velmora LT found.\nPort 1: "));
 }
 
 VELMORA_PROGRAM_TEST_MAIN(DeviceSearchTest)

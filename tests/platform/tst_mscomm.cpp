@@ -216,7 +216,8 @@ void MSCommTest::missingPortRaises8002() {
         QFAIL("opened a port that does not exist");
     } catch (const vb::Error& error) {
         QCOMPARE(error.number, std::int64_t(8002));
-        QCOMPARE(error.description, std::string("Invalid Port Number"));
+        // The description names the port's path and why it cannot be opened.
+        QCOMPARE(error.description, "Invalid Port Number: " + ports.port(7) + " does not exist");
     }
 }
 
