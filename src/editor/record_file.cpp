@@ -82,9 +82,10 @@ void ReadRecordFile(RecordTable& table) {
     table.CurrentRecord = 1;
 }
 
-// The file is deleted and created anew, so a failure part-way leaves a shorter file behind; the caller's
-// error handling decides what to tell. Deleting needs the file to exist (a missing file raises 53 and
-// nothing is written): Commit makes sure it does before it gets here.
+// The file is deleted and created anew, as the program always did it. The file system sets the deleted
+// file aside and puts it back when the rewrite fails, so a failure part-way (a full disk) leaves the
+// records on disk whole; the caller's error handling decides what to tell. Deleting needs the file to exist
+// (a missing file raises 53 and nothing is written): Commit makes sure it does before it gets here.
 bool WriteRecordFile(RecordTable& table) {
     if (table.RecordCount > kMaxRecords) return false;
 

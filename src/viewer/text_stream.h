@@ -10,7 +10,8 @@ namespace viewer {
 
 class TextStream {
 public:
-    // Raises the file system's errors: 53 file not found, 76 path not found, 75 a folder ...
+    // Raises the file system's errors: 53 file not found, 76 path not found, 75 not a regular file (a
+    // folder, a pipe, a device), 7 a file longer than 64 MiB ...
     explicit TextStream(const std::string& path);
 
     // The next line without its end. A line ends at CR LF or at an LF alone; a CR elsewhere is text.

@@ -6,6 +6,7 @@
 
 #include "support/error_of.h"
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
@@ -207,6 +208,16 @@ private slots:
         QCOMPARE(ErrorOf([&] { vb::SequentialInput input(dir.path().toStdString()); }), std::int64_t(75));
     }
 
+    void theFolderErrorNamesThePath() {
+        try {
+            vb::ReadAll(dir.path().toStdString());
+            QFAIL("a folder was read");
+        } catch (const vb::Error& error) {
+            QCOMPARE(error.number, std::int64_t(75));
+            QCOMPARE(QString::fromStdString(error.description), "Path/File access error: " + dir.path());
+        }
+    }
+
     void openingAnUnreadableFileRaises70() {
         PutBytes(QPath("secret.txt"), "x");
         QVERIFY(::chmod(Path("secret.txt").c_str(), 0) == 0);
@@ -376,6 +387,22 @@ private slots:
         QCOMPARE(ErrorOf([&] { vb::WriteAll(Path("new_whole.bin"), ""); }), std::int64_t(0));
         QVERIFY(QFile::exists(QPath("new_whole.bin")));
         QCOMPARE(GetBytes(QPath("new_whole.bin")), B(std::string()));
+    }
+
+    void writesLeaveNoHiddenFileBehind() {
+        QTemporaryDir folder;
+        QVERIFY(folder.isValid());
+        const std::string path = folder.filePath("f.txt").toStdString();
+        QCOMPARE(ErrorOf([&] { vb::WriteAll(path, "a"); }), std::int64_t(0));
+        QCOMPARE(PrintLines(path, vb::SequentialOutput::Append, {"b"}), std::int64_t(0));
+        QCOMPARE(ErrorOf([&] { vb::AppendBytes(path, "c"); }), std::int64_t(0));
+        QCOMPARE(ErrorOf([&] { vb::DeleteFile(path); }), std::int64_t(0));
+        QCOMPARE(ErrorOf([&] { vb::CreateTextFile(path, true); }), std::int64_t(0));
+        QCOMPARE(PrintLines(path, vb::SequentialOutput::Output, {"d"}), std::int64_t(0));
+        QCOMPARE(GetBytes(folder.filePath("f.txt")), QByteArray("d\r\n"));
+        QCOMPARE(QDir(folder.path())
+                     .entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
+                 QStringList{"f.txt"});
     }
 
     void writeAllInAMissingFolderRaises76() {
