@@ -78,10 +78,18 @@ bool frmQuillmaxSerial::ExchangeStage(const console::Stage& stage) {
         vb::Sleep(1);
         if (stage.polls == console::Polls::StopAtFirstReply && !reply.empty()) break;
     }
-    // The reply is not read again while waiting: only what the polls gathered counts.
+    // The reply is not read again while waiting: only what the polls gathered counts. A reply without the
+    // echo can therefore only end in Timer1's tick limit, and a pass without events changes nothing, so
+    // once this wait has enabled Timer1 each pass sleeps until the next event instead of spinning. The
+    // first pass only takes what is pending: Timer1 may still be stopped then, and nothing else may come.
+    bool timerEnabled = false;
     do {
-        vb::DoEvents();
+        if (timerEnabled)
+            vb::WaitForEvents();
+        else
+            vb::DoEvents();
         Timer1->setEnabled(true);
+        timerEnabled = true;
         if (lngTicks == stage.tickLimit) return false;
     } while (vb::InStr(reply, expected) == 0);
 

@@ -2,7 +2,9 @@
 //
 // The search probes ports 1 to 40 with ENQ at 115200,O,8,1 and keeps the first port whose answer holds
 // ENQ. Before probing it handles the command line (unattended download). A port that does not exist is
-// skipped only up to port 16: from port 16 on, the first missing port ends the search.
+// skipped only up to port 16: from port 16 on, the first missing port ends the search. The search shows
+// no message; what it met on each port goes into the connection light's tooltip instead, so that a user
+// can learn why no tablet was found (a missing device, no permission, a busy or silent port).
 #include "app/globals.h"
 #include "console/console_window.h"
 #include "platform/errors.h"
@@ -17,6 +19,7 @@
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QStringList>
 
 namespace {
 
@@ -25,6 +28,24 @@ constexpr const char* kLineFormat = ",O,8,1"; // odd parity, 8 data bits, 1 stop
 constexpr int kSearchPolls = 200;
 constexpr int kSearchTickLimit = 100;
 constexpr short kLastSkippedPort = 15; // a missing port up to this one moves the search to the next
+
+// The open port named for the user: its path, and the device behind it when the path is a link.
+std::string OpenPortName(const vb::MSComm& port) {
+    const std::string path = port.DevicePath();
+    const std::string device = vb::ExaminePortPath(path).device;
+    return device == path ? path : path + " (" + device + ")";
+}
+
+// What the search met on each port it tried, for the light's tooltip.
+struct SearchNotes {
+    QStringList lines;
+    void add(short port, const std::string& what) {
+        lines << QStringLiteral("Port %1: %2").arg(port).arg(QString::fromStdString(what));
+    }
+    QString notFound() const {
+        return (QStringList{QStringLiteral("No Velmora LT found.")} + lines).join('\n');
+    }
+};
 
 } // namespace
 
@@ -45,6 +66,8 @@ void frmQuillmaxSerial::ShowPortInLight(int port) {
 void frmQuillmaxSerial::DeviceSearch() {
     short i = 0;
     std::string reply;
+    SearchNotes notes;
+    lblConnected->setToolTip(QString());
     try {
         intSearchMarker = 0;
         strBaud = "115200";
@@ -80,10 +103,12 @@ void frmQuillmaxSerial::DeviceSearch() {
                     break;
                 } catch (const vb::Error& error) {
                     if (error.number != vb::errInvalidPortNumber) throw;
+                    notes.add(i, error.description);
                     if (i > kLastSkippedPort) {
                         lblConnected->setText(QString());
                         lblConnected->repaint();
                         Timer1->setEnabled(false);
+                        lblConnected->setToolTip(notes.notFound());
                         return;
                     }
                     ++i;
@@ -101,17 +126,26 @@ void frmQuillmaxSerial::DeviceSearch() {
                 if (!reply.empty()) break;
             }
             if (!reply.empty()) {
-                // The reply is not read again here: an answer without ENQ can only run out the ticks.
+                // The reply is not read again here: an answer without ENQ can only run out the ticks. Once
+                // this wait has enabled Timer1, each pass sleeps until the next event instead of spinning
+                // (a pass without events changes nothing); the first only takes what is pending.
                 bool timedOut = false;
+                bool timerEnabled = false;
                 do {
-                    vb::DoEvents();
+                    if (timerEnabled)
+                        vb::WaitForEvents();
+                    else
+                        vb::DoEvents();
                     Timer1->setEnabled(true);
+                    timerEnabled = true;
                     if (lngTicks == kSearchTickLimit) {
                         timedOut = true;
                         break;
                     }
                 } while (vb::InStr(reply, kEnq) == 0);
                 if (!timedOut) {
+                    lblConnected->setToolTip(QString::fromStdString(
+                        "Velmora LT found on port " + std::to_string(i) + ": " + OpenPortName(MSComm1)));
                     vb::SetBackColor(lblConnected, vb::vbGreen);
                     intComPort = i;
                     for (QPushButton* button : DeviceButtons())
@@ -120,7 +154,10 @@ void frmQuillmaxSerial::DeviceSearch() {
                     unsetCursor();
                     return;
                 }
+                notes.add(i, OpenPortName(MSComm1) + " answered without ENQ");
                 if (MSComm1.PortOpen()) MSComm1.setPortOpen(false);
+            } else {
+                notes.add(i, OpenPortName(MSComm1) + " is silent: no answer to ENQ");
             }
             // Not found here. A port that answered nothing stays open; the next pass closes it.
             Timer1->setEnabled(false);
@@ -128,8 +165,11 @@ void frmQuillmaxSerial::DeviceSearch() {
             reply.clear();
         }
         unsetCursor();
-    } catch (const vb::Error&) {
-        // Any other error ends the search silently.
+        lblConnected->setToolTip(notes.notFound());
+    } catch (const vb::Error& error) {
+        // Any other error ends the search silently; the tooltip keeps it.
+        if (i > 0) notes.add(i, error.description);
+        lblConnected->setToolTip(notes.notFound());
     }
 }
 

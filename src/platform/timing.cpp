@@ -29,6 +29,13 @@ void DoEvents() {
     if (HasEnded()) throw ProgramEnded();
 }
 
+void WaitForEvents() {
+    // The end hides the windows and may stop the timers that would wake a sleeping wait.
+    if (HasEnded()) DoEvents();
+    QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    if (HasEnded()) throw ProgramEnded();
+}
+
 void Sleep(int milliseconds) {
     std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
 }

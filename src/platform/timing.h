@@ -1,4 +1,5 @@
-// Waits as the program makes them: yielding to the window system, sleeping, or busy without yielding.
+// Waits as the program makes them: yielding to the window system (at once, or sleeping until the next
+// event), sleeping, or busy without yielding.
 #pragma once
 
 namespace vb {
@@ -6,6 +7,14 @@ namespace vb {
 // Processes the pending window events once (timer ticks, receive notifications, clicks), then returns.
 // After the program has been ended from inside those events it unwinds the running handler (ProgramEnded).
 void DoEvents();
+
+// Processes the pending window events once, as DoEvents does; when none are pending, sleeps until the
+// next one arrives (a timer tick, input on a port, a posted call, a click) and processes that. For the
+// waits whose end only an event can bring: the events handled are those DoEvents would handle, without
+// the empty passes that kept a core busy. The caller must know an event is coming (its timer runs), or
+// the wait sleeps for as long as the window is left alone. After the program has ended it never sleeps:
+// it unwinds the running handler (ProgramEnded) as DoEvents does.
+void WaitForEvents();
 
 // Sleeps the thread; no events are processed meanwhile.
 void Sleep(int milliseconds);

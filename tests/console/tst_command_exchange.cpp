@@ -6,15 +6,66 @@
 #include "support/device_command_run.h"
 #include "support/program.h"
 
+#include <QAbstractEventDispatcher>
+#include <QElapsedTimer>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace testing_support;
 using namespace std::chrono_literals;
+
+namespace {
+
+// What the wait loop costs between Timer1's first tick and the tick at which it stops: this thread's CPU
+// time and the wall time, in seconds.
+struct TickWaitCost {
+    double cpu = 0;
+    double wall = 0;
+    int ticks = 0;
+    // Event passes of the wait (the event dispatcher's wake-ups and sleeps): a spinning wait makes
+    // thousands per tick however busy the machine is, a sleeping one a few.
+    int passes = 0;
+};
+
+double ThreadCpuSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+// Measures from the console's first Timer1 tick to its last before `ended()`, while `act` runs.
+template <typename Act, typename Ended>
+TickWaitCost MeasureTickWait(frmQuillmaxSerial* console, Act act, Ended ended) {
+    TickWaitCost cost;
+    double firstCpu = 0;
+    QElapsedTimer clock;
+    QObject context; // the measuring stops with this function
+    QObject::connect(console->Timer1, &vb::Timer::Tick, &context, [&] {
+        if (ended()) return;
+        if (cost.ticks++ == 0) {
+            clock.start();
+            firstCpu = ThreadCpuSeconds();
+        }
+        cost.wall = double(clock.nsecsElapsed()) / 1e9;
+        cost.cpu = ThreadCpuSeconds() - firstCpu;
+    });
+    const auto countPass = [&] {
+        if (cost.ticks > 0 && !ended()) ++cost.passes;
+    };
+    QAbstractEventDispatcher* dispatcher = QAbstractEventDispatcher::instance();
+    QObject::connect(dispatcher, &QAbstractEventDispatcher::awake, &context, countPass);
+    QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, &context, countPass);
+    act();
+    return cost;
+}
+
+} // namespace
 
 class CommandExchangeTest : public QObject {
     Q_OBJECT
@@ -30,9 +81,12 @@ private slots:
     void portHeldByAnotherProgramShowsItsDescription();
     void portOpenBeforeTheCommandIsClosedAndOpenedAgain();
     void errorAfterOpeningIsShownAndLeavesThePortOpen();
+    void silentTabletWaitSleepsBetweenTheTicks();
+    void searchWaitForAnAnswerWithoutEnqSleepsBetweenTheTicks();
 
 private:
     void reset() { run->console->cmdReset->click(); }
+    void startWithTicksOf4Ms();
     std::unique_ptr<DeviceCommandRun> run;
     int ticks = 0;
 };
@@ -171,6 +225,50 @@ void CommandExchangeTest::errorAfterOpeningIsShownAndLeavesThePortOpen() {
     QVERIFY(box.systemModal);
     QVERIFY(run->console->MSComm1.PortOpen());
     QCOMPARE(run->tablet->received(), std::string("\x05\x10"));
+}
+
+// Ticks of 4 ms for the waits measured here: long enough that the work of one pass is a small part of a
+// tick on a slow machine, short enough that 500 of them take two seconds.
+void CommandExchangeTest::startWithTicksOf4Ms() {
+    run.reset();
+    qputenv("VELMORA_TICK_MS", "4");
+    run = std::make_unique<DeviceCommandRun>();
+    qputenv("VELMORA_TICK_MS", "2");
+    QVERIFY(run->found);
+}
+
+void CommandExchangeTest::silentTabletWaitSleepsBetweenTheTicks() {
+    // Nothing but an event can end the wait for an echo that the polls did not gather, so it sleeps until
+    // each tick (and each poll of the box answerer) instead of spinning, and still fails at tick 500. Timer1
+    // keeps running while the failure box is up; those ticks are not the wait's.
+    startWithTicksOf4Ms();
+    run->tablet->setFaults({.silent = true});
+    run->answerer.pressInBox(QMessageBox::Ok);
+    const TickWaitCost cost = MeasureTickWait(
+        run->console, [this] { reset(); }, [this] { return !run->atBoxes.isEmpty(); });
+    QCOMPARE(run->answerer.boxes, QList<SeenBox>{FailureBox()});
+    QCOMPARE(run->atBoxes[0].ticks, 500);
+    QCOMPARE(cost.ticks, 500);
+    QVERIFY2(cost.passes < 10 * cost.ticks, qPrintable(QString("%1 event passes").arg(cost.passes)));
+    QVERIFY(cost.wall >= 499 * 0.004 * 0.95);
+    QVERIFY2(cost.cpu < 0.2 * cost.wall,
+             qPrintable(QString("%1 s of CPU over a wait of %2 s").arg(cost.cpu).arg(cost.wall)));
+}
+
+void CommandExchangeTest::searchWaitForAnAnswerWithoutEnqSleepsBetweenTheTicks() {
+    // The search's wait on a port that answered without ENQ: 100 ticks, sleeping between them; the port
+    // is then closed and the search goes on to the ports after it.
+    startWithTicksOf4Ms();
+    run->tablet->setFaults({.replyText = "hello"});
+    const TickWaitCost cost = MeasureTickWait(
+        run->console, [this] { run->console->cmdSearch->click(); }, [] { return false; });
+    QCOMPARE(cost.ticks, 100);
+    QVERIFY2(cost.passes < 10 * cost.ticks, qPrintable(QString("%1 event passes").arg(cost.passes)));
+    QCOMPARE(intComPort, short(FoundTablet::kPort)); // the earlier search's port stays
+    QVERIFY(!run->console->MSComm1.PortOpen());
+    QVERIFY(cost.wall >= 99 * 0.004 * 0.95);
+    QVERIFY2(cost.cpu < 0.2 * cost.wall,
+             qPrintable(QString("%1 s of CPU over a wait of %2 s").arg(cost.cpu).arg(cost.wall)));
 }
 
 VELMORA_PROGRAM_TEST_MAIN(CommandExchangeTest)

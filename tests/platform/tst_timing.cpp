@@ -8,9 +8,13 @@
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
+#include <QSocketNotifier>
 #include <QTimer>
 #include <QtTest>
+#include <chrono>
 #include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -33,6 +37,43 @@ double ThreadCpuSeconds() {
     return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
            double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
+
+// The wall time and this thread's CPU time a wait took, in seconds.
+struct WaitCost {
+    double wall = 0;
+    double cpu = 0;
+    int passes = 0; // calls of the wait; a spinning wait makes thousands where a sleeping one makes a few
+};
+
+// Runs `wait` until `done()`.
+template <typename Done> WaitCost MeasureWait(void (*wait)(), Done done) {
+    QElapsedTimer clock;
+    clock.start();
+    const double before = ThreadCpuSeconds();
+    int passes = 0;
+    for (; !done(); ++passes)
+        wait();
+    return {double(clock.nsecsElapsed()) / 1e9, ThreadCpuSeconds() - before, passes};
+}
+
+// Writes a byte into a pipe from another thread after `delayMs`, as a tablet's answer comes in.
+struct LateByte {
+    explicit LateByte(int delayMs) {
+        if (pipe(fds) != 0) qFatal("no pipe");
+        writer = std::thread([this, delayMs] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
+            const char byte = 0x05;
+            if (write(fds[1], &byte, 1) != 1) qWarning("the late byte was not written");
+        });
+    }
+    ~LateByte() {
+        writer.join();
+        ::close(fds[0]);
+        ::close(fds[1]);
+    }
+    int fds[2] = {-1, -1};
+    std::thread writer;
+};
 
 // Sets an environment variable for the life of the object.
 struct EnvironmentSetting {
@@ -70,6 +111,12 @@ private slots:
     void enablingARunningTimerKeepsItsInterval();
     void disabledTimerDoesNotTick();
     void doEventsAfterTheProgramEndedUnwindsTheHandler();
+    void waitForEventsRunsPendingEventsAtOnce();
+    void waitForEventsSleepsUntilTheNextTimerTick();
+    void waitForEventsWakesForACallPostedFromAnotherThread();
+    void waitForEventsWakesForInputWaiting();
+    void waitForEventsCountsEveryTimerTick();
+    void waitForEventsAfterTheProgramEndedUnwindsWithoutSleeping();
 };
 
 void TimingTest::doEventsRunsPendingEvents() {
@@ -219,6 +266,127 @@ void TimingTest::doEventsAfterTheProgramEndedUnwindsTheHandler() {
     vb::ResetEnded();
     QVERIFY(stopped);
     vb::DoEvents(); // a new run of the program waits normally again
+}
+
+void TimingTest::waitForEventsRunsPendingEventsAtOnce() {
+    QueuedCall call;
+    // Were it to sleep with the call pending, only this guard's timer would wake it, 5 s later.
+    QTimer guard;
+    guard.setSingleShot(true);
+    guard.start(5000);
+    QElapsedTimer clock;
+    clock.start();
+    vb::WaitForEvents();
+    QVERIFY(call.ran);
+    QVERIFY2(clock.elapsed() < 2500, qPrintable(QString("%1 ms with an event pending").arg(clock.elapsed())));
+}
+
+// With nothing pending it sleeps until the timer is due: a wait of 200 ms costs a small part of that in
+// CPU (a spinning wait uses all of it; a loaded machine only lowers the share).
+void TimingTest::waitForEventsSleepsUntilTheNextTimerTick() {
+    bool fired = false;
+    QTimer timer;
+    timer.setTimerType(Qt::PreciseTimer);
+    timer.setSingleShot(true);
+    connect(&timer, &QTimer::timeout, [&] { fired = true; });
+    timer.start(200);
+    const WaitCost cost = MeasureWait(vb::WaitForEvents, [&] { return fired; });
+    QVERIFY(cost.wall >= 0.2);
+    QVERIFY2(cost.passes < 50, qPrintable(QString("%1 passes").arg(cost.passes)));
+    QVERIFY2(cost.cpu < 0.2 * cost.wall,
+             qPrintable(QString("%1 s of CPU in %2 s").arg(cost.cpu).arg(cost.wall)));
+}
+
+// The receive notification reaches the window as a posted call: a call posted from another thread ends
+// the sleep.
+void TimingTest::waitForEventsWakesForACallPostedFromAnotherThread() {
+    QObject receiver;
+    bool ran = false;
+    std::thread poster([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        QMetaObject::invokeMethod(
+            &receiver, [&] { ran = true; }, Qt::QueuedConnection);
+    });
+    QTimer guard; // wakes a wait that missed the call, so that the test fails instead of hanging
+    guard.start(2000);
+    const WaitCost cost = MeasureWait(vb::WaitForEvents, [&] { return ran; });
+    poster.join();
+    QVERIFY(cost.wall >= 0.2);
+    QVERIFY2(cost.wall < 1.9, qPrintable(QString("the posted call ran after %1 s").arg(cost.wall)));
+    QVERIFY2(cost.passes < 50, qPrintable(QString("%1 passes").arg(cost.passes)));
+    QVERIFY2(cost.cpu < 0.2 * cost.wall,
+             qPrintable(QString("%1 s of CPU in %2 s").arg(cost.cpu).arg(cost.wall)));
+}
+
+// Input waiting on a port (here a pipe) wakes the wait through its notifier.
+void TimingTest::waitForEventsWakesForInputWaiting() {
+    LateByte input(200);
+    bool activated = false;
+    QSocketNotifier notifier(input.fds[0], QSocketNotifier::Read);
+    connect(&notifier, &QSocketNotifier::activated, [&] {
+        activated = true;
+        notifier.setEnabled(false);
+    });
+    QTimer guard;
+    guard.start(2000);
+    const WaitCost cost = MeasureWait(vb::WaitForEvents, [&] { return activated; });
+    QVERIFY(cost.wall >= 0.2);
+    QVERIFY2(cost.wall < 1.9, qPrintable(QString("the input was seen after %1 s").arg(cost.wall)));
+    QVERIFY2(cost.passes < 50, qPrintable(QString("%1 passes").arg(cost.passes)));
+    QVERIFY2(cost.cpu < 0.2 * cost.wall,
+             qPrintable(QString("%1 s of CPU in %2 s").arg(cost.cpu).arg(cost.wall)));
+}
+
+// A wait that counts the window timer's ticks sees each of them, one per pass, as a spinning wait does:
+// 50 ticks take 50 intervals, with one pass per event rather than thousands.
+void TimingTest::waitForEventsCountsEveryTimerTick() {
+    EnvironmentSetting setting("VELMORA_TICK_MS", "10");
+    vb::Timer timer(50);
+    int ticks = 0;
+    int passes = 0;
+    int mostTicksInAPass = 0;
+    connect(&timer, &vb::Timer::Tick, [&] { ++ticks; });
+    timer.setEnabled(true);
+    QElapsedTimer clock;
+    clock.start();
+    const double before = ThreadCpuSeconds();
+    while (ticks < 50) {
+        const int seen = ticks;
+        vb::WaitForEvents();
+        ++passes;
+        mostTicksInAPass = std::max(mostTicksInAPass, ticks - seen);
+    }
+    const double cpu = ThreadCpuSeconds() - before;
+    const double wall = double(clock.nsecsElapsed()) / 1e9;
+    QCOMPARE(ticks, 50);
+    QCOMPARE(mostTicksInAPass, 1);
+    QVERIFY(wall >= 0.45); // 50 intervals of 10 ms, less a coarse timer's 5 %
+    QVERIFY2(passes < 500, qPrintable(QString("%1 passes for 50 ticks").arg(passes)));
+    QVERIFY2(cpu < 0.2 * wall, qPrintable(QString("%1 s of CPU in %2 s").arg(cpu).arg(wall)));
+}
+
+void TimingTest::waitForEventsAfterTheProgramEndedUnwindsWithoutSleeping() {
+    try {
+        vb::End();
+    } catch (const vb::ProgramEnded&) {
+    }
+    QVERIFY(vb::HasEnded());
+    // Nothing is pending and no timer runs but this guard: a wait that slept would last its 5 s.
+    QTimer guard;
+    guard.setSingleShot(true);
+    guard.start(5000);
+    QElapsedTimer clock;
+    clock.start();
+    bool stopped = false;
+    try {
+        vb::WaitForEvents();
+    } catch (const vb::ProgramEnded&) {
+        stopped = true;
+    }
+    const qint64 took = clock.elapsed();
+    vb::ResetEnded();
+    QVERIFY(stopped);
+    QVERIFY2(took < 2500, qPrintable(QString("%1 ms").arg(took)));
 }
 
 QTEST_MAIN(TimingTest)
