@@ -5,6 +5,9 @@
 #   ./build.sh bench  install what is missing, build, run the benchmarks
 #   ./build.sh sanitize  install what is missing, build with AddressSanitizer and UndefinedBehaviorSanitizer
 #                        into build-sanitize/, run every test there (CI runs it after the tests)
+#   ./build.sh fuzz [SECONDS]  install what is missing (and clang), build the libFuzzer targets into
+#                        build-fuzz/, run each over its corpus and crash reproducers: a smoke of a fixed
+#                        number of runs, or, given SECONDS, a longer run of that many seconds per target
 # Only Debian packages are installed (as root, or through sudo); nothing else is downloaded.
 set -euo pipefail
 cd "$(dirname "$0")"
@@ -66,8 +69,43 @@ sanitize)
     cd build-sanitize
     exec ctest --output-on-failure -j"$(nproc)"
     ;;
+fuzz)
+    packages+=(clang)
+    install_missing
+    # CMake reads the compiler only when it first configures a folder; build-fuzz is clang's alone.
+    CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
+        -DVELMORA_FUZZ=ON >/dev/null
+    cmake --build build-fuzz -j"$(nproc)" --target velmora_fuzz
+    # The smoke is repeatable (one seed, a fixed number of runs, capped at a few seconds a target); a longer
+    # run keeps what it finds in build-fuzz/corpus/ and its crash inputs in build-fuzz/crashes/ (a fixed
+    # crash's input goes to fuzz/regressions/<target>/, which every run replays).
+    if [ -n "${2:-}" ]; then
+        limits=(-max_total_time="$2")
+    else
+        limits=(-runs=20000 -max_total_time=12 -seed=1)
+    fi
+    mkdir -p build-fuzz/crashes
+    rm -rf build-fuzz/smoke
+    for target in build-fuzz/fuzz/fuzz_*; do
+        [ -f "$target" ] && [ -x "$target" ] || continue
+        name=$(basename "$target")
+        found="build-fuzz/corpus/$name"
+        [ -n "${2:-}" ] || found="build-fuzz/smoke/$name"
+        mkdir -p "$found"
+        inputs=("$found" "fuzz/corpus/$name")
+        [ -d "fuzz/regressions/$name" ] && inputs+=("fuzz/regressions/$name")
+        log="build-fuzz/$name.log"
+        if ! "$target" "${limits[@]}" -print_final_stats=1 -artifact_prefix="build-fuzz/crashes/$name-" \
+            "${inputs[@]}" >"$log" 2>&1; then
+            tail -n 40 "$log" >&2
+            echo "$name failed: the input is in build-fuzz/crashes/, the whole log in $log" >&2
+            exit 1
+        fi
+        echo "$name: $(grep -E '^Done [0-9]+ runs' "$log" | tail -n 1)"
+    done
+    ;;
 *)
-    echo "usage: $0 [run|test|bench|sanitize]" >&2
+    echo "usage: $0 [run|test|bench|sanitize|fuzz [SECONDS]]" >&2
     exit 2
     ;;
 esac
