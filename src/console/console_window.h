@@ -120,8 +120,8 @@ public:
     void RunCommandExchange(const console::Command& command);
 
 signals:
-    // The download, the viewer or the upload has been asked for (the search's unattended branch runs the
-    // download before the reset).
+    // The download has been asked for ("cmdDownload_Click"), before it does anything: the search's
+    // unattended branch runs it on port 0 before the reset, where it fails without a word.
     void deviceOperationStarted(const QString& handler);
 
 protected:
