@@ -5,6 +5,7 @@
 #include "platform/program_end.h"
 #include "platform/signal_exit.h"
 #include "support/ports_folder.h"
+#include "support/tty_observer.h"
 #include "tablet.h"
 
 #include <QElapsedTimer>
@@ -23,24 +24,7 @@ using namespace testing_support;
 
 namespace {
 
-// A descriptor of the test's own on the port's device, to look at the line beside the control.
-struct Observer {
-    explicit Observer(const std::string& path) : fd(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
-    ~Observer() {
-        if (fd >= 0) ::close(fd);
-    }
-    termios settings() const {
-        termios now{};
-        tcgetattr(fd, &now);
-        return now;
-    }
-    int exclusive() const {
-        int flag = -1;
-        ioctl(fd, TIOCGEXCL, &flag);
-        return flag;
-    }
-    int fd;
-};
+using Observer = TtyObserver;
 
 // A line setting the control is sure to change: 9600 baud, canonical input.
 termios DistinctSettings(const Observer& observer) {

@@ -4,6 +4,7 @@
 #include "platform/port_map.h"
 #include "support/error_of.h"
 #include "support/ports_folder.h"
+#include "support/tty_observer.h"
 #include "tablet.h"
 
 #include <QDir>
@@ -27,24 +28,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// A descriptor of our own on a tty, to look at its line settings beside the control.
-struct Observer {
-    explicit Observer(const std::string& path) : fd(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK)) {}
-    ~Observer() {
-        if (fd >= 0) ::close(fd);
-    }
-    termios settings() const {
-        termios now{};
-        tcgetattr(fd, &now);
-        return now;
-    }
-    int exclusive() const {
-        int flag = -1;
-        ioctl(fd, TIOCGEXCL, &flag);
-        return flag;
-    }
-    int fd;
-};
+using Observer = TtyObserver;
 
 // A pty pair of the test's own, its slave linked as COM<port> in the ports folder; the far side reads
 // only when the test says so.
