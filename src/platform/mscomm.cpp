@@ -375,6 +375,19 @@ void MSComm::setInBufferCount(long count) {
     tcflush(port->fd, TCIFLUSH);
 }
 
+MSComm::InputWait MSComm::WaitForInput(int timeoutMs) const {
+    if (!port) Raise(errPortNotOpen);
+    pollfd readable{port->fd, POLLIN, 0};
+    int ready = 0;
+    do
+        ready = poll(&readable, 1, timeoutMs);
+    while (ready < 0 && errno == EINTR);
+    if (ready <= 0) return InputWait::TimedOut;
+    // A hung-up line may still hold bytes sent before it went down: those are read first.
+    if (readable.revents & POLLIN && InBufferCount() > 0) return InputWait::Ready;
+    return (readable.revents & (POLLHUP | POLLERR | POLLNVAL)) ? InputWait::HungUp : InputWait::Ready;
+}
+
 std::string MSComm::DevicePath() const {
     return port ? port->path : std::string();
 }

@@ -56,6 +56,11 @@ public:
     long InBufferCount() const;
     void setInBufferCount(long count);
 
+    // Waits up to `timeoutMs` (-1: without limit) for input, without reading it and without processing
+    // events: for callers that keep reading while they wait (the command-line companion).
+    enum class InputWait { Ready, TimedOut, HungUp };
+    InputWait WaitForInput(int timeoutMs) const;
+
     // The device the open port uses ("" when closed).
     std::string DevicePath() const;
 
