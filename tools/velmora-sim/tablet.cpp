@@ -23,6 +23,7 @@
 #include <limits>
 #include <mutex>
 #include <poll.h>
+#include <sys/resource.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -43,6 +44,15 @@ const std::string& defaultRecords() {
     return records;
 }
 
+// A real tablet answers from a processor of its own, within a millisecond, however busy the PC is. The
+// emulated one shares the PC's cores with the program under test, so its thread asks for a higher
+// priority (nice -10): on a loaded machine it is then woken as promptly as a device would answer, and the
+// program's time-outs and its download's silence rule meet the answers a tablet gives. Without the right
+// to raise it (no CAP_SYS_NICE) the thread keeps the normal priority.
+void AnswerPromptly() {
+    setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), -10);
+}
+
 } // namespace
 
 struct Tablet::Impl {
@@ -59,6 +69,7 @@ struct Tablet::Impl {
     }
 
     void run() {
+        AnswerPromptly();
         while (!stopping) {
             if (hungUp) {
                 std::this_thread::sleep_for(pollTick); // nothing left to serve; only wait to be stopped
@@ -278,6 +289,12 @@ void Tablet::setFaults(const Faults& faults) {
 void Tablet::send(const std::string& bytes) {
     std::lock_guard lock(impl->mutex);
     impl->toSend += bytes;
+}
+
+bool Tablet::sendNow(const std::string& bytes) {
+    // A tty takes each write whole, so this cannot split an answer the thread is writing.
+    const ssize_t written = write(impl->pty.master(), bytes.data(), bytes.size());
+    return written == static_cast<ssize_t>(bytes.size());
 }
 
 void Tablet::setRecords(std::string vlm) {

@@ -97,6 +97,10 @@ public:
     // faults (a silent tablet too): a late answer, or stray bytes, made by the caller. Nothing after
     // a hang-up.
     void send(const std::string& bytes);
+    // Writes `bytes` on the line at once, from the caller's thread, ahead of any answer still queued:
+    // for a test that needs them at the port before it goes on. False when the line does not take them
+    // whole (hung up, or full).
+    bool sendNow(const std::string& bytes);
 
     // What DC2 SI streams: a downloaded record file, sent as it is. Default: SampleVlm(25). A stream
     // already under way goes on with the records it started with.
