@@ -23,7 +23,9 @@ std::runtime_error failure(const std::string& what) {
 
 PseudoTerminal::PseudoTerminal() {
     try {
-        masterFd = posix_openpt(O_RDWR | O_NOCTTY);
+        // Both ends are close-on-exec: a program started from the process that holds the tablet (a test
+        // running velmora-cli) must not inherit them, or the line would stay up when the tablet hangs up.
+        masterFd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
         if (masterFd < 0) throw failure("posix_openpt");
         if (grantpt(masterFd) != 0) throw failure("grantpt");
         if (unlockpt(masterFd) != 0) throw failure("unlockpt");
@@ -31,7 +33,7 @@ PseudoTerminal::PseudoTerminal() {
         if (ptsname_r(masterFd, name, sizeof name) != 0) throw failure("ptsname");
         slaveName = name;
 
-        slaveFd = open(name, O_RDWR | O_NOCTTY);
+        slaveFd = open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
         if (slaveFd < 0) throw failure("open " + slaveName);
         termios raw{};
         if (tcgetattr(slaveFd, &raw) != 0) throw failure("tcgetattr " + slaveName);
