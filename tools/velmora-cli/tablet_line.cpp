@@ -1,6 +1,8 @@
 #include "tablet_line.h"
 
 #include <algorithm>
+#include <mutex>
+#include <thread>
 #include <utility>
 
 namespace cli {
@@ -21,7 +23,17 @@ std::string PortName(int port, const std::string& device) {
     return name;
 }
 
+namespace {
+// The serial layer keeps one list of the program's open ports for the windows' single thread; lines
+// opened and closed by several download workers at once take turns at it.
+std::mutex& OpeningAndClosing() {
+    static std::mutex turns;
+    return turns;
+}
+} // namespace
+
 TabletLine::TabletLine(int port, int baud) : number(port) {
+    const std::lock_guard turn(OpeningAndClosing());
     try {
         comm.setCommPort(short(port));
         comm.setSettings(std::to_string(baud) + ",O,8,1");
@@ -33,7 +45,10 @@ TabletLine::TabletLine(int port, int baud) : number(port) {
     devicePath = comm.DevicePath();
 }
 
-TabletLine::~TabletLine() = default;
+TabletLine::~TabletLine() {
+    const std::lock_guard turn(OpeningAndClosing());
+    comm.setPortOpen(false);
+}
 
 void TabletLine::send(std::string_view bytes) {
     try {
@@ -76,15 +91,26 @@ bool TabletLine::waitFor(std::string_view expected, milliseconds timeout) {
 
 std::string TabletLine::receiveUntilQuiet(milliseconds firstByte, milliseconds quiet,
                                           const std::function<void(std::size_t)>& progress) {
+    std::function<void(std::string_view)> received;
+    if (progress) received = [&progress](std::string_view all) { progress(all.size()); };
+    return receiveStream(firstByte, quiet, milliseconds(0), received);
+}
+
+std::string TabletLine::receiveStream(milliseconds firstByte, milliseconds quiet, milliseconds gather,
+                                      const std::function<void(std::string_view)>& received) {
     const auto firstDeadline = Clock::now() + firstByte;
     while (pending.empty() && !lineHungUp) {
         const auto left = std::chrono::duration_cast<milliseconds>(firstDeadline - Clock::now());
         if (left.count() <= 0) return {};
         readFor(left);
     }
-    if (progress && !pending.empty()) progress(pending.size());
-    while (readFor(quiet))
-        if (progress) progress(pending.size());
+    if (received && !pending.empty()) received(pending);
+    for (;;) {
+        // Bytes that arrive meanwhile wait in the port; the next read takes them all at once.
+        if (gather.count() > 0 && !lineHungUp) std::this_thread::sleep_for(gather);
+        if (!readFor(quiet)) break;
+        if (received) received(pending);
+    }
     return std::exchange(pending, {});
 }
 

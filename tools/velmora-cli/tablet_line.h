@@ -53,6 +53,14 @@ public:
     std::string receiveUntilQuiet(std::chrono::milliseconds firstByte, std::chrono::milliseconds quiet,
                                   const std::function<void(std::size_t)>& progress = {});
 
+    // The same, for a long stream: after each read it lets `gather` pass before looking again, so that
+    // a line bringing one byte at a time is read in chunks (a few wake-ups a second, not one a byte);
+    // the silence that ends it is still `quiet` after the last byte read. `received`, when given, is
+    // shown everything received so far after each read.
+    std::string receiveStream(std::chrono::milliseconds firstByte, std::chrono::milliseconds quiet,
+                              std::chrono::milliseconds gather,
+                              const std::function<void(std::string_view received)>& received = {});
+
     // Forgets the bytes received and not yet taken, and those waiting in the port.
     void discardInput();
 

@@ -47,9 +47,44 @@ std::unique_ptr<TabletLine> ProbePorts(int baud, std::chrono::milliseconds answe
     return first;
 }
 
+std::string NoTabletAnswered(const std::vector<PortProbe>& probes) {
+    struct Kind {
+        int status;
+        const char* word;
+        bool named; // the ports are listed: the user can do something about each
+        int count;
+        std::string ports;
+    };
+    Kind kinds[] = {{kNotFound, "missing", false, 0, {}},
+                    {kBusy, "busy", true, 0, {}},
+                    {kDenied, "denied", true, 0, {}},
+                    {kNoAnswer, "silent", false, 0, {}},
+                    {kFailure, "failed", true, 0, {}}};
+    for (const PortProbe& probe : probes)
+        for (Kind& kind : kinds)
+            if (probe.status == kind.status) {
+                ++kind.count;
+                if (kind.named)
+                    kind.ports += (kind.ports.empty() ? "" : " ") + ("COM" + std::to_string(probe.port));
+            }
+    std::string text = "no Velmora LT answered on ports 1 to " + std::to_string(vb::kHighestPort) + " (";
+    const char* separator = "";
+    for (const Kind& kind : kinds) {
+        if (kind.count == 0 && kind.status == kFailure) continue;
+        text += separator + std::to_string(kind.count) + " " + kind.word;
+        if (!kind.ports.empty()) text += " (" + kind.ports + ")";
+        separator = ", ";
+    }
+    return text + ")";
+}
+
 void AddTabletOptions(QCommandLineParser& parser) {
     parser.addOption(
         {{"p", "port"}, "The tablet's port number (1 to 40); without it, ports 1 to 40 are searched.", "N"});
+    AddLineOptions(parser);
+}
+
+void AddLineOptions(QCommandLineParser& parser) {
     parser.addOption(
         {"baud", "The line's baud rate: 19200, 38400, 57600 or 115200 (default).", "RATE", "115200"});
     parser.addOption(
@@ -57,15 +92,21 @@ void AddTabletOptions(QCommandLineParser& parser) {
 }
 
 TabletOptions ReadTabletOptions(const QCommandLineParser& parser) {
-    TabletOptions options;
-    bool ok = true;
+    TabletOptions options = ReadLineOptions(parser);
     if (parser.isSet("port")) {
+        bool ok = true;
         const int port = parser.value("port").toInt(&ok);
         if (!ok || port < 1 || port > vb::kHighestPort)
             throw LineFailure(kUsage, "--port: '" + parser.value("port").toStdString() +
                                           "' is not a port number from 1 to 40");
         options.port = port;
     }
+    return options;
+}
+
+TabletOptions ReadLineOptions(const QCommandLineParser& parser) {
+    TabletOptions options;
+    bool ok = true;
     const int baud = parser.value("baud").toInt(&ok);
     if (!ok || (baud != 19200 && baud != 38400 && baud != 57600 && baud != 115200))
         throw LineFailure(kUsage, "--baud: '" + parser.value("baud").toStdString() +
@@ -88,7 +129,7 @@ std::unique_ptr<TabletLine> OpenTablet(const TabletOptions& options) {
     }
     std::vector<PortProbe> probes;
     auto line = ProbePorts(options.baud, options.timeout, true, probes);
-    if (!line) throw LineFailure(kNotFound, "no Velmora LT answered on ports 1 to 40");
+    if (!line) throw LineFailure(kNotFound, NoTabletAnswered(probes));
     return line;
 }
 

@@ -31,9 +31,16 @@ std::unique_ptr<TabletLine> ProbePort(int port, int baud, std::chrono::milliseco
 std::unique_ptr<TabletLine> ProbePorts(int baud, std::chrono::milliseconds answer, bool stopAtFirst,
                                        std::vector<PortProbe>& probes);
 
+// The message when no tablet answered, with what the search met: how many ports were missing, busy,
+// denied or silent, the busy and denied ones named ("no Velmora LT answered on ports 1 to 40 (37 missing,
+// 1 busy (COM2), 0 denied, 2 silent)").
+std::string NoTabletAnswered(const std::vector<PortProbe>& probes);
+
 // The options every subcommand that talks to one tablet shares: --port N (skip the search), --baud,
 // --timeout SECONDS (how long the tablet may take to answer).
 void AddTabletOptions(QCommandLineParser& parser);
+// --baud and --timeout alone, for subcommands that search every port (port stays unset).
+void AddLineOptions(QCommandLineParser& parser);
 struct TabletOptions {
     std::optional<int> port;
     int baud = 115200;
@@ -41,6 +48,8 @@ struct TabletOptions {
 };
 // Reads them; a malformed value throws LineFailure(kUsage).
 TabletOptions ReadTabletOptions(const QCommandLineParser& parser);
+// Reads --baud and --timeout alone.
+TabletOptions ReadLineOptions(const QCommandLineParser& parser);
 
 // The tablet the options name: the port given, probed, or the first port whose tablet answers. Throws
 // LineFailure with the status of what went wrong (not found, no answer, busy, denied).
