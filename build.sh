@@ -12,7 +12,9 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 
-packages=(cmake make g++ qt6-base-dev fonts-liberation2)
+# dpkg-dev, desktop-file-utils, appstream and groff-base: the Debian package test (dpkg-shlibdeps, the desktop
+# entry and metainfo checks, the man pages).
+packages=(cmake make g++ qt6-base-dev fonts-liberation2 dpkg-dev desktop-file-utils appstream groff-base)
 
 install_missing() {
     local missing=()
