@@ -1,7 +1,7 @@
 // Runs build/velmora-cli as a child process for the tests of its subcommands: its exit status, standard
 // output and standard error. The child inherits the test's environment, so VELMORA_PORTS names the test's
-// own ports folder and VELMORA_LOCK_DIR its lock folder. Helpers for the port conditions the tests set up: a port another program holds (a
-// child that cannot override file permissions, for a device it may not open).
+// own ports folder and VELMORA_LOCK_DIR its lock folder. Helpers for the port conditions the tests set up: a
+// port another program holds (a child that cannot override file permissions, for a device it may not open).
 #pragma once
 
 #include <QProcess>
