@@ -4,8 +4,8 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 
 namespace cli {
 
