@@ -1,13 +1,9 @@
 #include "csv_export.h"
 
-#include "command_line_run.h"
-#include "exit_status.h"
 #include "export_columns.h"
 #include "export_text.h"
 #include "file_command_run.h"
 #include "viewer/vlm_file.h"
-
-#include <QCommandLineParser>
 
 namespace cli {
 
@@ -48,25 +44,15 @@ std::string RecordsAsCsv(const RecordFile& file) {
 }
 
 int RunCsv(const QStringList& arguments) {
-    return RunReportingFailure("csv", [&] {
-        QCommandLineParser parser;
-        parser.setApplicationDescription(
-            "Writes the records of a downloaded record file (.vlm) as comma-separated values (RFC 4180):\n"
-            "a row naming the columns (number, date, signature_bytes, field_1 ... field_112), then one row\n"
-            "per record. The date is MM/DD/YYYY hh:mm as the viewer shows it; the fields are as in the "
-            "file,\n"
-            "every byte kept, each byte above 0x7F as its Latin-1 character in UTF-8 (0xE9 gives \"é\").\n"
-            "A value with a comma, a double quote, CR or LF is quoted and its quotes doubled; rows end with\n"
-            "CR LF. A failure to write OUT ends with exit status 1." +
-            RecordFileHelp());
-        parser.addPositionalArgument("FILE", "The downloaded record file.");
-        parser.addOption(
-            {{"o", "output"}, "Write to OUT (replaced whole) instead of standard output.", "OUT"});
-        ParseCommandLine(parser, arguments, 1, 1);
-        const RecordFile file = LoadRecordFile(parser.positionalArguments().front());
-        WriteOutput(parser.value("output"), RecordsAsCsv(file));
-        return int(kSuccess);
-    });
+    return RunRecordExport(
+        arguments, "csv",
+        "Writes the records of a downloaded record file (.vlm) as comma-separated values (RFC 4180):\n"
+        "a row naming the columns (number, date, signature_bytes, field_1 ... field_112), then one row\n"
+        "per record. The date is MM/DD/YYYY hh:mm as the viewer shows it; the fields are as in the file,\n"
+        "every byte kept, each byte above 0x7F as its Latin-1 character in UTF-8 (0xE9 gives \"é\").\n"
+        "A value with a comma, a double quote, CR or LF is quoted and its quotes doubled; rows end with\n"
+        "CR LF. A failure to write OUT ends with exit status 1.",
+        RecordsAsCsv);
 }
 
 } // namespace cli

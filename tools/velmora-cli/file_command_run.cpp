@@ -1,10 +1,12 @@
 #include "file_command_run.h"
 
+#include "command_line_run.h"
 #include "exit_status.h"
 #include "platform/errors.h"
 #include "platform/file_system.h"
 #include "tablet_line.h"
 
+#include <QCommandLineParser>
 #include <QFile>
 #include <cstdio>
 
@@ -50,6 +52,21 @@ void WriteOutput(const QString& output, std::string_view bytes) {
         throw LineFailure(kFailure,
                           name + ": cannot be written (" + vb::DefaultDescription(error.number) + ")");
     }
+}
+
+int RunRecordExport(const QStringList& arguments, const char* name, const QString& description,
+                    std::string (*format)(const RecordFile&)) {
+    return RunReportingFailure(name, [&] {
+        QCommandLineParser parser;
+        parser.setApplicationDescription(description + RecordFileHelp());
+        parser.addPositionalArgument("FILE", "The downloaded record file.");
+        parser.addOption(
+            {{"o", "output"}, "Write to OUT (replaced whole) instead of standard output.", "OUT"});
+        ParseCommandLine(parser, arguments, 1, 1);
+        const RecordFile file = LoadRecordFile(parser.positionalArguments().front());
+        WriteOutput(parser.value("output"), format(file));
+        return int(kSuccess);
+    });
 }
 
 } // namespace cli

@@ -1,10 +1,13 @@
 // What the list, csv, json and signatures subcommands share: reading the record file they are given, and
-// writing their output to standard output or to a file.
+// writing their output to standard output or to a file; csv and json are one routine with the format as
+// data.
 #pragma once
 
 #include "record_file_reader.h"
 
 #include <QString>
+#include <QStringList>
+#include <string>
 #include <string_view>
 
 namespace cli {
@@ -23,5 +26,10 @@ RecordFile LoadRecordFile(const QString& path);
 // previous file as it was), or to standard output when `output` is empty. A failure throws
 // LineFailure(kFailure) naming the file.
 void WriteOutput(const QString& output, std::string_view bytes);
+
+// A subcommand that writes a record file's records in one format: `<name> FILE [-o OUT]`, its help the
+// format's `description` followed by RecordFileHelp().
+int RunRecordExport(const QStringList& arguments, const char* name, const QString& description,
+                    std::string (*format)(const RecordFile&));
 
 } // namespace cli

@@ -1,11 +1,8 @@
 #include "json_export.h"
 
-#include "command_line_run.h"
-#include "exit_status.h"
 #include "file_command_run.h"
 #include "viewer/vlm_file.h"
 
-#include <QCommandLineParser>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -42,25 +39,16 @@ std::string RecordsAsJson(const RecordFile& file) {
 }
 
 int RunJson(const QStringList& arguments) {
-    return RunReportingFailure("json", [&] {
-        QCommandLineParser parser;
-        parser.setApplicationDescription(
-            "Writes the records of a downloaded record file (.vlm) as one JSON document:\n"
-            "{\"customer_name\", \"title\", \"record_count\" (the header's), \"records\": [{\"number\",\n"
-            "\"date\" (MM/DD/YYYY hh:mm as the viewer shows it), \"signature_bytes\",\n"
-            "\"fields\": [the 112 fields]}]}.\n"
-            "Fields are as in the file, every byte kept, each byte above 0x7F as its Latin-1 character in\n"
-            "UTF-8 (0xE9 gives \"é\"); control characters are escaped. A failure to write OUT ends with\n"
-            "exit status 1." +
-            RecordFileHelp());
-        parser.addPositionalArgument("FILE", "The downloaded record file.");
-        parser.addOption(
-            {{"o", "output"}, "Write to OUT (replaced whole) instead of standard output.", "OUT"});
-        ParseCommandLine(parser, arguments, 1, 1);
-        const RecordFile file = LoadRecordFile(parser.positionalArguments().front());
-        WriteOutput(parser.value("output"), RecordsAsJson(file));
-        return int(kSuccess);
-    });
+    return RunRecordExport(
+        arguments, "json",
+        "Writes the records of a downloaded record file (.vlm) as one JSON document:\n"
+        "{\"customer_name\", \"title\", \"record_count\" (the header's), \"records\": [{\"number\",\n"
+        "\"date\" (MM/DD/YYYY hh:mm as the viewer shows it), \"signature_bytes\",\n"
+        "\"fields\": [the 112 fields]}]}.\n"
+        "Fields are as in the file, every byte kept, each byte above 0x7F as its Latin-1 character in\n"
+        "UTF-8 (0xE9 gives \"é\"); control characters are escaped. A failure to write OUT ends with\n"
+        "exit status 1.",
+        RecordsAsJson);
 }
 
 } // namespace cli
