@@ -4,6 +4,8 @@
 // port another program holds (a child that cannot override file permissions, for a device it may not open).
 #pragma once
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QStringList>
 #include <QTest>
@@ -47,6 +49,19 @@ inline CliRun RunCli(const QStringList& arguments, int limitMs = 40000,
     run.out = QString::fromLocal8Bit(process.readAllStandardOutput());
     run.err = QString::fromLocal8Bit(process.readAllStandardError());
     return run;
+}
+
+// The whole of a file's bytes; "(unreadable)" when it cannot be read.
+inline std::string ReadFile(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) return "(unreadable)";
+    return file.readAll().toStdString();
+}
+
+// Every entry of a folder by name, hidden ones (the safe write's temporary files) included.
+inline QStringList EverythingIn(const QString& folder) {
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                  QDir::Name);
 }
 
 // In the child: give up overriding file permissions for good (also across exec, where a root process

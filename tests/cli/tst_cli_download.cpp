@@ -18,21 +18,6 @@
 using namespace cli_testing;
 using namespace std::chrono_literals;
 
-namespace {
-
-std::string ReadFile(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return "(unreadable)";
-    return file.readAll().toStdString();
-}
-
-// Every entry of a folder, hidden ones (the safe write's temporary files) included.
-QStringList EverythingIn(const QString& folder) {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-}
-
-} // namespace
-
 class TestCliDownload : public QObject {
     Q_OBJECT
 

@@ -18,21 +18,6 @@
 using namespace cli_testing;
 using namespace std::chrono_literals;
 
-namespace {
-
-std::string ReadFile(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return "(unreadable)";
-    return file.readAll().toStdString();
-}
-
-QStringList EverythingIn(const QString& folder) {
-    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                                  QDir::Name);
-}
-
-} // namespace
-
 class TestCliDownloadAll : public QObject {
     Q_OBJECT
 

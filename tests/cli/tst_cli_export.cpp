@@ -102,11 +102,6 @@ std::vector<ViewerRecord> ViewerRecords(const QString& path, long count) {
     return records;
 }
 
-QByteArray ReadFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 // One record with these 112 fields (the rest empty) and a two-byte signature.
 std::string OneRecordFile(const std::vector<std::string>& fields) {
     std::string text = "001\"Caf\xE9 Co\"Menu\r\n001\"021520120905\"";
@@ -129,7 +124,7 @@ private slots:
         QCOMPARE(run.status, 0);
         QCOMPARE(run.out, QString());
         QCOMPARE(run.err, QString());
-        const QByteArray bytes = ReadFile(out);
+        const QByteArray bytes = QByteArray::fromStdString(ReadFile(out));
         QVERIFY(bytes.endsWith("\r\n"));
         const std::vector<QStringList> rows = ParseCsv(QString::fromUtf8(bytes));
         QCOMPARE(rows.size(), std::size_t(1 + 999));
@@ -169,7 +164,7 @@ private slots:
         QVERIFY(WriteBytes(path, OneRecordFile(fields)));
         const QString out = QDir(dir.path()).filePath("odd.csv");
         QCOMPARE(RunCli({"csv", path, "--output", out}).status, 0);
-        const QByteArray bytes = ReadFile(out);
+        const QByteArray bytes = QByteArray::fromStdString(ReadFile(out));
         QVERIFY(bytes.contains(",\"a,b\",\"two\r\nlines\",\"lf\nonly\",caf\xC3\xA9,\x01"
                                "ctl, spaced ,plain,,"));
         const std::vector<QStringList> rows = ParseCsv(QString::fromUtf8(bytes));
@@ -194,7 +189,8 @@ private slots:
         QCOMPARE(run.status, 0);
         QCOMPARE(run.out, QString());
         QJsonParseError error{};
-        const QJsonDocument document = QJsonDocument::fromJson(ReadFile(out), &error);
+        const QJsonDocument document =
+            QJsonDocument::fromJson(QByteArray::fromStdString(ReadFile(out)), &error);
         QCOMPARE(error.error, QJsonParseError::NoError);
         const QJsonObject root = document.object();
         viewer::TextStream stream(path.toStdString());
@@ -246,8 +242,8 @@ private slots:
         const QString out = QDir(dir.path()).filePath("route.csv");
         QVERIFY(WriteBytes(out, std::string(100000, 'x')));
         QCOMPARE(RunCli({"csv", path, "-o", out}).status, 0);
-        QVERIFY(ReadFile(out).startsWith("number,date,signature_bytes,field_1,"));
-        QVERIFY(!ReadFile(out).contains("xxx"));
+        QVERIFY(ReadFile(out).starts_with("number,date,signature_bytes,field_1,"));
+        QVERIFY(ReadFile(out).find("xxx") == std::string::npos);
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 2); // no file left aside
 
         const QString nowhere = QDir(dir.path()).filePath("missing/route.json");
