@@ -1,5 +1,5 @@
-// velmora-cli signatures: every signed record's signature as <number>.png, .svg and .inkml, drawn from the
-// strokes the viewer's decoder gives; unsigned records skipped and counted; malformed files end with
+// velmora-cli signatures: every record's signature as <number>.png, .svg and .inkml, drawn from the
+// strokes the viewer's decoder gives; unsigned records drawn blank and counted; malformed files end with
 // status 7 and a message naming the file and the record, and write nothing.
 #include "cli/cli_run.h"
 #include "cli/record_file_cases.h"
@@ -84,6 +84,23 @@ void CheckRecord(const QDir& folder, const cli::FileRecord& record, QSize size) 
     }
 }
 
+// A record without a signature: a blank picture of the size asked for, an SVG with no path and an InkML
+// file with no trace.
+void CheckBlank(const QDir& folder, const cli::FileRecord& record, QSize size) {
+    const QString stem = folder.filePath(QStringLiteral("%1").arg(record.number, 3, 10, QLatin1Char('0')));
+    QVERIFY(signature::Decode(record.signature).empty());
+    const QImage png(stem + ".png");
+    QVERIFY2(!png.isNull(), qPrintable(stem));
+    QCOMPARE(png.size(), size);
+    QVERIFY2(!HasInk(png), qPrintable(stem));
+    const Xml svg = ParseXml(stem + ".svg");
+    QCOMPARE(svg.rootNamespace, QStringLiteral("http://www.w3.org/2000/svg"));
+    QCOMPARE(svg.elements.count("path"), 0);
+    const Xml ink = ParseXml(stem + ".inkml");
+    QCOMPARE(ink.elements.value(0), QStringLiteral("ink"));
+    QCOMPARE(ink.traces.size(), 0);
+}
+
 } // namespace
 
 class CliSignaturesTest : public QObject {
@@ -105,21 +122,24 @@ private slots:
         const CliRun run = RunCli({"signatures", path, out}, 80000);
         QCOMPARE(run.status, 0);
         QCOMPARE(run.err, QString());
-        // Every tenth record of the samples is unsigned: 99 of 999, so 900 are drawn.
-        QCOMPARE(run.out, path + ": 900 signatures written to " + out +
-                              " (2700 files: PNG, SVG, InkML); 99 records without a signature skipped\n");
+        // Every record gets its three files; every tenth record of the samples is unsigned (99 of 999)
+        // and drawn blank.
+        QCOMPARE(run.out,
+                 path + ": 999 records written to " + out +
+                     " (2997 files: PNG, SVG, InkML); 99 of them without a signature, drawn blank\n");
         const QDir folder(out);
-        QCOMPARE(folder.entryList({"*.png"}, QDir::Files).size(), 900);
-        QCOMPARE(folder.entryList({"*.svg"}, QDir::Files).size(), 900);
-        QCOMPARE(folder.entryList({"*.inkml"}, QDir::Files).size(), 900);
-        QCOMPARE(folder.entryList(QDir::Files | QDir::Hidden).size(), 2700);
+        QCOMPARE(folder.entryList({"*.png"}, QDir::Files).size(), 999);
+        QCOMPARE(folder.entryList({"*.svg"}, QDir::Files).size(), 999);
+        QCOMPARE(folder.entryList({"*.inkml"}, QDir::Files).size(), 999);
+        QCOMPARE(folder.entryList(QDir::Files | QDir::Hidden).size(), 2997);
 
         const cli::RecordFile file = cli::ReadRecordFile(path.toStdString());
         for (const cli::FileRecord& record : file.records) {
             const QString stem =
                 folder.filePath(QStringLiteral("%1").arg(record.number, 3, 10, QLatin1Char('0')));
             if (record.number % 10 == 0) {
-                QVERIFY2(!QFile::exists(stem + ".png"), qPrintable(stem));
+                CheckBlank(folder, record, QSize(367, 180));
+                if (QTest::currentTestFailed()) return;
                 continue;
             }
             CheckRecord(folder, record, QSize(367, 180));
@@ -127,7 +147,7 @@ private slots:
         }
     }
 
-    void sizeOptionsAndSkippedRecords() {
+    void sizeOptionsAndUnsignedRecords() {
         // Record 2's bytes decode to no stroke: it has no signature to draw.
         const std::string sample = sim::SampleVlm(3);
         const std::size_t second = sample.find(viewer::RecordKey(2));
@@ -143,13 +163,15 @@ private slots:
         const QString out = QDir(dir.path()).filePath("made/by/the/export");
         const CliRun run = RunCli({"signatures", "--width", "640", "--height", "200", path, out});
         QCOMPARE(run.status, 0);
-        QCOMPARE(run.out, path + ": 2 signatures written to " + out +
-                              " (6 files: PNG, SVG, InkML); 1 records without a signature skipped\n");
+        QCOMPARE(run.out, path + ": 3 records written to " + out +
+                              " (9 files: PNG, SVG, InkML); 1 of them without a signature, drawn blank\n");
         const QDir folder(out);
         QCOMPARE(folder.entryList(QDir::Files),
-                 QStringList({"001.inkml", "001.png", "001.svg", "003.inkml", "003.png", "003.svg"}));
+                 QStringList({"001.inkml", "001.png", "001.svg", "002.inkml", "002.png", "002.svg",
+                              "003.inkml", "003.png", "003.svg"}));
         const cli::RecordFile file = cli::ReadRecordFile(path.toStdString());
         CheckRecord(folder, file.records[0], QSize(640, 200));
+        CheckBlank(folder, file.records[1], QSize(640, 200));
         CheckRecord(folder, file.records[2], QSize(640, 200));
 
         QCOMPARE(RunCli({"signatures", "--width", "9", path, out}).status, 2);

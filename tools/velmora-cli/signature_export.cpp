@@ -45,16 +45,13 @@ SignatureExport ExportSignatures(const RecordFile& file, const std::string& fold
     SignatureExport result;
     for (const FileRecord& record : file.records) {
         const std::vector<signature::Stroke> strokes = signature::Decode(record.signature);
-        if (strokes.empty()) {
-            ++result.skipped;
-            continue;
-        }
+        if (strokes.empty()) ++result.withoutSignature;
         const std::string stem = folder + "/" + FileStem(record.number);
         WriteOutput(QFile::decodeName(QByteArray::fromStdString(stem + ".png")), SignaturePng(strokes, size));
         WriteOutput(QFile::decodeName(QByteArray::fromStdString(stem + ".svg")), SignatureSvg(strokes, size));
         WriteOutput(QFile::decodeName(QByteArray::fromStdString(stem + ".inkml")),
                     SignatureInkMl(strokes, record.number));
-        ++result.written;
+        ++result.records;
     }
     return result;
 }
@@ -66,8 +63,9 @@ int RunSignatures(const QStringList& arguments) {
             "Writes the signature of every record of a downloaded record file (.vlm) into DIR as three\n"
             "files named by the record's number: <number>.png and <number>.svg (drawn as the viewer draws\n"
             "it, fitted into the picture) and <number>.inkml (W3C Ink Markup Language: one trace per\n"
-            "stroke, the points on the tablet's 4096 x 4096 grid). Records without a signature are skipped\n"
-            "and counted in the summary line. DIR is created when missing; files in it are replaced whole.\n"
+            "stroke, the points on the tablet's 4096 x 4096 grid). A record without a signature gets blank\n"
+            "pictures and an InkML file with no trace, and is counted in the summary line. DIR is created\n"
+            "when missing; files in it are replaced whole.\n"
             "A file that cannot be written ends with exit status 1." +
             RecordFileHelp());
         parser.addPositionalArgument("FILE", "The downloaded record file.");
@@ -82,10 +80,10 @@ int RunSignatures(const QStringList& arguments) {
         if (!QDir().mkpath(folder))
             throw LineFailure(kFailure, FileSystemName(folder) + ": the folder cannot be made");
         const SignatureExport done = ExportSignatures(file, FileSystemName(folder), size);
-        std::printf("%s: %ld signatures written to %s (%ld files: PNG, SVG, InkML); %ld records without a "
-                    "signature skipped\n",
-                    FileSystemName(path).c_str(), done.written, FileSystemName(folder).c_str(),
-                    done.written * 3, done.skipped);
+        std::printf("%s: %ld records written to %s (%ld files: PNG, SVG, InkML); %ld of them without a "
+                    "signature, drawn blank\n",
+                    FileSystemName(path).c_str(), done.records, FileSystemName(folder).c_str(),
+                    done.records * 3, done.withoutSignature);
         return int(kSuccess);
     });
 }

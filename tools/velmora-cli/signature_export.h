@@ -13,14 +13,15 @@ namespace cli {
 inline constexpr QSize kSignaturePictureSize(367, 180);
 
 struct SignatureExport {
-    long written = 0; // records whose signature was written
-    long skipped = 0; // records without a signature
+    long records = 0;          // records whose three files were written
+    long withoutSignature = 0; // of those, records without a signature (blank pictures, no traces)
 };
 
 // Writes <number>.png, <number>.svg and <number>.inkml into `folder` (a file-system name, existing) for
-// every record whose signature bytes draw at least one stroke (decoded as the viewer's display decodes
-// them); the others have no signature and are skipped. The number has three digits or more ("007").
-// A file that cannot be written throws LineFailure(kFailure) naming it.
+// every record, its signature decoded as the viewer's display decodes it. A record whose bytes draw no
+// stroke has no signature: its pictures are blank, as the viewer's box is, and its InkML holds no trace.
+// The number has three digits or more ("007"). A file that cannot be written throws
+// LineFailure(kFailure) naming it.
 SignatureExport ExportSignatures(const RecordFile& file, const std::string& folder, QSize size);
 
 int RunSignatures(const QStringList& arguments);
