@@ -6,9 +6,9 @@
 #   docs/screenshots.sh [BUILD_FOLDER]      (default: build; run ./build.sh first)
 #
 # The program runs on a virtual X display (Xvfb) against the emulated tablet (velmora-sim, its 25 sample
-# records) in a ports folder of its own, and is driven with xdotool as a user would: search, download to a
-# type a company name, download to a temporary file, view it, open the editor, type into the text editor. Each window is
-# saved with ImageMagick's `import -window`. Installs xvfb, xdotool and imagemagick when they are missing.
+# records) in a ports folder of its own, and is driven with xdotool as a user would: search, type a company
+# name, download to a temporary file, view it, open a record data file in the editor and a text file in the
+# upload text editor. Each window is saved with ImageMagick's `import -window`. Installs xvfb, xdotool and imagemagick when they are missing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${1:-build}
