@@ -222,6 +222,7 @@ private slots:
     void threeTabletsShareOneFolder();
     void portsFolderIsCreated();
     void destructorRemovesTheLink();
+    void linkAppearsOnlyAfterSetUp();
     void destructorKeepsALinkTakenOver();
     void staleLinkIsReplaced();
     void somethingElseAtTheLinkIsAnError();
@@ -539,6 +540,19 @@ void TestVelmoraSim::destructorRemovesTheLink() {
     }
     QVERIFY(!isLink(ports.port(3)));
     QVERIFY(fs::is_empty(ports.path())); // no private names left behind either
+}
+
+void TestVelmoraSim::linkAppearsOnlyAfterSetUp() {
+    testing_support::PortsFolder ports;
+    QTemporaryDir uploads;
+    bool linkedDuringSetUp = true;
+    sim::Tablet tablet(ports.path(), 3, {}, [&](sim::Tablet& settingUp) {
+        linkedDuringSetUp = isLink(ports.port(3));
+        settingUp.uploadsTo(uploads.path().toStdString());
+    });
+    QVERIFY(!linkedDuringSetUp);
+    QVERIFY(isLink(ports.port(3)));
+    QCOMPARE(tablet.linkPath(), ports.port(3));
 }
 
 void TestVelmoraSim::destructorKeepsALinkTakenOver() {

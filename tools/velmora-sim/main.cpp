@@ -93,14 +93,14 @@ int main(int argc, char** argv) {
 
     std::map<int, std::unique_ptr<sim::Tablet>> ports; // by port number, so the lines come out in order
     auto make = [&](int port, const sim::Faults& faults) {
-        auto tablet = std::make_unique<sim::Tablet>(options.portsDir, port, faults);
-        if (options.log) tablet->logTo(*options.log);
-        if (records) tablet->setRecords(*records);
-        tablet->setLineFrame(options.frame);
-        tablet->setLineRatePacing(options.lineRate);
-        tablet->setLineRateReading(options.lineRateReading);
-        if (options.uploadDir) tablet->uploadsTo(*options.uploadDir);
-        ports[port] = std::move(tablet);
+        ports[port] = std::make_unique<sim::Tablet>(options.portsDir, port, faults, [&](sim::Tablet& tablet) {
+            if (options.log) tablet.logTo(*options.log);
+            if (records) tablet.setRecords(*records);
+            tablet.setLineFrame(options.frame);
+            tablet.setLineRatePacing(options.lineRate);
+            tablet.setLineRateReading(options.lineRateReading);
+            if (options.uploadDir) tablet.uploadsTo(*options.uploadDir);
+        });
     };
     try {
         for (const int port : options.tablets)

@@ -59,7 +59,7 @@ struct Tablet::Impl {
     using Clock = TimedOutput::Clock;
 
     Impl(const std::string& portsDir, int port, const Faults& initial)
-        : link(portsDir, port, pty.slavePath()), faults(initial), records(defaultRecords()) {
+        : linkPath(portsDir + "/COM" + std::to_string(port)), faults(initial), records(defaultRecords()) {
         thread = std::thread([this] { run(); });
     }
 
@@ -237,7 +237,10 @@ struct Tablet::Impl {
     }
 
     PseudoTerminal pty;
-    PortLink link;
+    // The link is made last, once the tablet is set up: a program that finds the port finds the tablet
+    // ready (its records, pacing and upload folder), not in the middle of being configured.
+    const std::string linkPath;
+    std::optional<PortLink> link;
 
     // guards faults, records, receivedBytes, streamedBytes, published, toSend, log and stateFile
     mutable std::mutex mutex;
@@ -268,13 +271,17 @@ struct Tablet::Impl {
     std::thread thread;
 };
 
-Tablet::Tablet(const std::string& portsDir, int port, Faults faults)
-    : impl(std::make_unique<Impl>(portsDir, port, faults)) {}
+Tablet::Tablet(const std::string& portsDir, int port, Faults faults,
+               const std::function<void(Tablet&)>& setUp)
+    : impl(std::make_unique<Impl>(portsDir, port, faults)) {
+    if (setUp) setUp(*this);
+    impl->link.emplace(portsDir, port, impl->pty.slavePath());
+}
 
 Tablet::~Tablet() = default;
 
 const std::string& Tablet::linkPath() const {
-    return impl->link.path();
+    return impl->linkPath;
 }
 
 const std::string& Tablet::devicePath() const {
@@ -325,7 +332,7 @@ bool Tablet::waitForUploads(std::size_t count, std::chrono::milliseconds timeout
 }
 
 void Tablet::uploadsTo(const std::string& dir) {
-    const std::string& link = impl->link.path();
+    const std::string& link = impl->linkPath;
     std::lock_guard lock(impl->mutex);
     impl->uploadFiles.open(dir, link.substr(link.find_last_of('/') + 1));
 }

@@ -84,7 +84,10 @@ struct TabletState {
 
 class Tablet {
 public:
-    Tablet(const std::string& portsDir, int port, Faults faults = {});
+    // `setUp`, when given, configures the tablet (records, pacing, upload folder ...) before its COM<n>
+    // link appears, so nobody who finds the port can talk to a tablet not yet set up.
+    Tablet(const std::string& portsDir, int port, Faults faults = {},
+           const std::function<void(Tablet&)>& setUp = {});
     ~Tablet(); // stops the thread, removes the link, closes the pty
     Tablet(const Tablet&) = delete;
     Tablet& operator=(const Tablet&) = delete;
