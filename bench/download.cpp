@@ -17,6 +17,7 @@
 #include "console/console_window.h"
 #include "platform/timing.h"
 #include "sample_records.h"
+#include "support/modal_answerer.h"
 #include "tablet.h"
 
 #include <QApplication>
@@ -86,8 +87,7 @@ private:
         if (auto* box = qobject_cast<QMessageBox*>(modal))
             box->button(QMessageBox::Ok)->click();
         else if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
-            dialog->selectFile(path);
-            static_cast<QDialog*>(dialog)->accept();
+            testing_support::ChooseInDialog(dialog, path);
         }
     }
     QString path;

@@ -8,6 +8,7 @@
 // The first run has the tablet read as fast as it can, the second at the line rate.
 #include "app/startup.h"
 #include "console/console_window.h"
+#include "support/modal_answerer.h"
 #include "tablet.h"
 #include "upload/packed_stream.h"
 
@@ -68,9 +69,8 @@ Run Upload(frmQuillmaxSerial* console, sim::Tablet& tablet, const QString& path,
     QObject::connect(&answerer, &QTimer::timeout, [&] {
         QWidget* modal = QApplication::activeModalWidget();
         if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
-            dialog->selectFile(path);
             cpuAtDialog = ThreadCpuSeconds();
-            static_cast<QDialog*>(dialog)->accept();
+            testing_support::ChooseInDialog(dialog, path);
         } else if (auto* box = qobject_cast<QMessageBox*>(modal)) {
             if (cpuAtBox == 0) cpuAtBox = ThreadCpuSeconds();
             box->button(QMessageBox::Ok)->click();

@@ -10,6 +10,7 @@
 #include "app/startup.h"
 #include "console/console_window.h"
 #include "sample_records.h"
+#include "support/modal_answerer.h"
 #include "viewer/form2.h"
 #include "viewer/text_stream.h"
 #include "viewer/vlm_file.h"
@@ -73,9 +74,8 @@ public:
                 dialog->reject();
                 return;
             }
-            dialog->selectFile(chosen);
             answeredAt = Clock::now();
-            static_cast<QDialog*>(dialog)->accept();
+            testing_support::ChooseInDialog(dialog, chosen);
         });
         return false;
     }

@@ -58,9 +58,7 @@ void SaveTo(ModalAnswerer& answerer, const QString& path) {
             return;
         }
         answerer.fileDialogs << dialog->windowTitle();
-        dialog->selectFile(path);
-        if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->setText(path);
-        static_cast<QDialog*>(dialog)->accept();
+        testing_support::ChooseInDialog(dialog, path);
     });
 }
 

@@ -13,6 +13,7 @@
 #include "platform/lock_file.h"
 #include "sample_records.h"
 #include "support/found_tablet.h"
+#include "support/modal_answerer.h"
 #include "support/program.h"
 #include "support/tty_observer.h"
 #include "upload/form1.h"
@@ -61,9 +62,7 @@ private:
             (ok ? ok : box->buttons().value(0))->click();
         } else if (auto* dialog = qobject_cast<QFileDialog*>(modal)) {
             seen << "file dialog " + dialog->windowTitle();
-            dialog->selectFile(filePath);
-            if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->setText(filePath);
-            static_cast<QDialog*>(dialog)->accept();
+            testing_support::ChooseInDialog(dialog, filePath);
         } else if (auto* value = modal->findChild<QLineEdit*>("txtResponse")) {
             seen << "value entry " + modal->windowTitle();
             value->setText("1234");

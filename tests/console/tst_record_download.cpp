@@ -69,10 +69,7 @@ struct DownloadRun : DeviceCommandRun {
             dialogFilters = dialog->nameFilters();
             dialogFilter = dialog->selectedNameFilter();
             answerer.fileDialogs << dialog->windowTitle();
-            dialog->selectFile(QString::fromStdString(path));
-            if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit"))
-                name->setText(QString::fromStdString(path));
-            static_cast<QDialog*>(dialog)->accept();
+            testing_support::ChooseInDialog(dialog, QString::fromStdString(path));
         });
     }
 

@@ -28,13 +28,6 @@ struct SeenDialog {
     Qt::WindowModality modality = Qt::NonModal;
 };
 
-// Chooses `path` in the dialog as a user typing it into the name box would, and accepts.
-void Choose(QFileDialog* dialog, const QString& path) {
-    dialog->selectFile(path);
-    if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->setText(path);
-    static_cast<QDialog*>(dialog)->accept();
-}
-
 } // namespace
 
 class CommonDialogTest : public QObject {
@@ -144,7 +137,7 @@ void CommonDialogTest::filterIndexSelectsTheFilterAndFollowsTheChoice() {
         seen.filters = dialog->nameFilters();
         seen.selectedFilter = dialog->selectedNameFilter();
         seen.modality = dialog->windowModality();
-        Choose(dialog, path);
+        testing_support::ChooseInDialog(dialog, path);
     });
     vb::CommonDialog dialog;
     dialog.Filter = "Text Files (*.txt)|*.txt|VLM Files (*.vlm)|*.vlm";
@@ -173,7 +166,7 @@ void CommonDialogTest::showSaveDoesNotAskBeforeOverwriting() {
         seen.nonNative = dialog->testOption(QFileDialog::DontUseNativeDialog);
         seen.mode = dialog->acceptMode();
         seen.confirmsOverwrite = !dialog->testOption(QFileDialog::DontConfirmOverwrite);
-        Choose(dialog, path);
+        testing_support::ChooseInDialog(dialog, path);
     });
     vb::CommonDialog dialog;
     dialog.Filter = "VLM Files (*.vlm)|*.vlm";

@@ -28,6 +28,12 @@ SeenBox Describe(QMessageBox* box) {
     return seen;
 }
 
+void ChooseInDialog(QFileDialog* dialog, const QString& path) {
+    dialog->selectFile(path);
+    if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->setText(path);
+    static_cast<QDialog*>(dialog)->accept();
+}
+
 namespace {
 
 // Sends a modal window away unanswered. A Yes/No box refuses to be closed, so dialogs are rejected.
@@ -74,10 +80,7 @@ void ModalAnswerer::chooseFile(const QString& path) {
             return;
         }
         fileDialogs << dialog->windowTitle();
-        dialog->selectFile(path);
-        // With the name box focused, selectFile leaves the box as it was; the box is what accept() reads.
-        if (auto* name = dialog->findChild<QLineEdit*>("fileNameEdit")) name->setText(path);
-        static_cast<QDialog*>(dialog)->accept();
+        ChooseInDialog(dialog, path);
     });
 }
 

@@ -5,6 +5,7 @@
 // recorded as unexpected and rejected, so a test fails instead of hanging.
 #pragma once
 
+#include <QFileDialog>
 #include <QList>
 #include <QMessageBox>
 #include <QObject>
@@ -60,5 +61,10 @@ private:
 };
 
 SeenBox Describe(QMessageBox* box);
+
+// Chooses `path` in a file dialog as a user typing it into the name box would, and accepts. selectFile()
+// alone leaves the name box as it was whenever the box has the focus, and accept() reads the box, so a
+// dialog answered with selectFile() alone stays open when the window system has focused the box.
+void ChooseInDialog(QFileDialog* dialog, const QString& path);
 
 } // namespace testing_support

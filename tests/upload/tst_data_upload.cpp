@@ -123,8 +123,7 @@ void DataUploadTest::openDialogOffersTextFiles() {
         QVERIFY(dialog);
         filters = dialog->nameFilters();
         selected = dialog->selectedNameFilter();
-        dialog->selectFile(path);
-        static_cast<QDialog*>(dialog)->accept();
+        testing_support::ChooseInDialog(dialog, path);
     });
     run->answerer.pressInBox(QMessageBox::Ok);
     upload();
@@ -154,10 +153,9 @@ void DataUploadTest::sendProcessesNoEventsButRedrawsTheBar() {
     run->answerer.handle([&](QWidget* widget) {
         auto* dialog = qobject_cast<QFileDialog*>(widget);
         QVERIFY(dialog);
-        dialog->selectFile(files->write("records.txt", file));
         ticksAtDialog = console->lngTicks;
         paintsAtDialog = barPaints.paints;
-        static_cast<QDialog*>(dialog)->accept();
+        testing_support::ChooseInDialog(dialog, files->write("records.txt", file));
     });
     ShownBoxSpy spy([&](QMessageBox*) {
         ticksAtBox = console->lngTicks;

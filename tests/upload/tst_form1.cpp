@@ -230,8 +230,7 @@ void Form1Test::loadShowsTheFileAndEnablesSave() {
         auto* dialog = qobject_cast<QFileDialog*>(widget);
         QVERIFY(dialog);
         filters = dialog->nameFilters();
-        dialog->selectFile(path);
-        static_cast<QDialog*>(dialog)->accept();
+        testing_support::ChooseInDialog(dialog, path);
     });
     form->cmdLoad->click();
     QCOMPARE(filters, QStringList{"Text Files (*.txt)"});
