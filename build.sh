@@ -13,8 +13,8 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 # dpkg-dev, desktop-file-utils, appstream and groff-base: the Debian package test (dpkg-shlibdeps, the desktop
-# entry and metainfo checks, the man pages).
-packages=(cmake make g++ qt6-base-dev fonts-liberation2 dpkg-dev desktop-file-utils appstream groff-base)
+# entry and metainfo checks, the man pages). ccache: quicker rebuilds.
+packages=(cmake make g++ qt6-base-dev fonts-liberation2 dpkg-dev desktop-file-utils appstream groff-base ccache)
 
 install_missing() {
     local missing=()
@@ -29,14 +29,15 @@ install_missing() {
     DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-# ccache, when the machine has it, makes rebuilds in a fresh clone or a second build folder quick.
-launcher=()
-command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+# ccache makes rebuilds in a fresh clone or a second build folder quick; the folder it caches under is
+# taken as relative, so clones in other folders share the cache.
 export CCACHE_BASEDIR="$PWD"
 
 build() {
     local folder=${1:-build}
     shift || true
+    local launcher=()
+    command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
     cmake -S . -B "$folder" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" "$@" >/dev/null
     cmake --build "$folder" -j"$(nproc)"
 }
@@ -75,6 +76,8 @@ fuzz)
     packages+=(clang)
     install_missing
     # CMake reads the compiler only when it first configures a folder; build-fuzz is clang's alone.
+    launcher=()
+    command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
     CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
         -DVELMORA_FUZZ=ON >/dev/null
     cmake --build build-fuzz -j"$(nproc)" --target velmora_fuzz
