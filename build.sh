@@ -32,13 +32,14 @@ install_missing() {
 # ccache makes rebuilds in a fresh clone or a second build folder quick; the folder it caches under is
 # taken as relative, so clones in other folders share the cache.
 export CCACHE_BASEDIR="$PWD"
+compiler_launcher() {
+    command -v ccache >/dev/null && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache
+}
 
 build() {
     local folder=${1:-build}
     shift || true
-    local launcher=()
-    command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    cmake -S . -B "$folder" -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" "$@" >/dev/null
+    cmake -S . -B "$folder" -DCMAKE_BUILD_TYPE=RelWithDebInfo $(compiler_launcher) "$@" >/dev/null
     cmake --build "$folder" -j"$(nproc)"
 }
 
@@ -76,9 +77,7 @@ fuzz)
     packages+=(clang)
     install_missing
     # CMake reads the compiler only when it first configures a folder; build-fuzz is clang's alone.
-    launcher=()
-    command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
-    CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
+    CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo $(compiler_launcher) \
         -DVELMORA_FUZZ=ON >/dev/null
     cmake --build build-fuzz -j"$(nproc)" --target velmora_fuzz
     # The smoke is repeatable (one seed, a fixed number of runs, capped at a few seconds a target); a longer
