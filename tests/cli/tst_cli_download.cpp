@@ -14,6 +14,7 @@
 #include <QTest>
 #include <pty.h>
 #include <termios.h>
+#include <thread>
 
 using namespace cli_testing;
 using namespace std::chrono_literals;
@@ -47,6 +48,31 @@ private slots:
         QVERIFY(tablet.waitForReceived(4, 5s));
         QCOMPARE(tablet.received(), std::string("\x05\x12\x0F\x05"));
         QCOMPARE(EverythingIn(files.path()), QStringList{"records.vlm"});
+    }
+
+    // The tablet stops after 100 bytes of its stream and sends the rest after `pause`: the file holds
+    // what the download gathered before the silence that ends it.
+    std::string DownloadAcrossAPause(const QString& rate, std::chrono::milliseconds pause) {
+        sim::Tablet tablet(ports->path(), 3, sim::Faults{.streamStopAfter = 100});
+        const std::string records = sim::SampleVlm(4);
+        tablet.setRecords(records);
+        std::thread rest([&] {
+            if (!tablet.waitForStreamed(100, 20s)) return;
+            std::this_thread::sleep_for(pause);
+            tablet.send(records.substr(100));
+        });
+        const CliRun run = RunCli({"download", target, "--port", "3", "--rate", rate});
+        rest.join();
+        if (run.status != 0) return "status " + std::to_string(run.status) + ": " + run.err.toStdString();
+        return ReadFile(target);
+    }
+
+    void communicationRateSetsTheSilence() {
+        const std::string records = sim::SampleVlm(4);
+        // "maximum" waits a third of the normal 2000 ms: a pause of 1.5 s ends the stream.
+        QCOMPARE(DownloadAcrossAPause("maximum", 1500ms), records.substr(0, 100));
+        // "slow" waits twice as long: a pause of 2.5 s, longer than the normal silence, does not.
+        QCOMPARE(DownloadAcrossAPause("slow", 2500ms), records);
     }
 
     void searchesWhenNoPortIsGiven() {
@@ -254,6 +280,11 @@ private slots:
                                    << "unexpected argument 'b.vlm'";
         QTest::newRow("port") << QStringList{"download", "a.vlm", "--port", "41"} << "--port: '41'";
         QTest::newRow("quiet") << QStringList{"download", "a.vlm", "--quiet", "0"} << "--quiet: '0'";
+        QTest::newRow("rate") << QStringList{"download", "a.vlm", "--rate", "fast"}
+                              << "--rate: 'fast' is not normal, maximum or slow";
+        QTest::newRow("rate and quiet")
+            << QStringList{"download", "a.vlm", "--rate", "slow", "--quiet", "900"}
+            << "--rate and --quiet both set the silence";
         QTest::newRow("wake-tries") << QStringList{"download", "a.vlm", "--wake-tries", "many"}
                                     << "--wake-tries: 'many'";
         QTest::newRow("baud") << QStringList{"download", "a.vlm", "--baud", "300"} << "--baud: '300'";
@@ -273,7 +304,8 @@ private slots:
     void helpExplainsTheSilence() {
         const CliRun run = RunCli({"download", "--help"});
         QCOMPARE(run.status, 0);
-        for (const char* text : {"--quiet", "--baud", "--wake-tries", "--all", "Slow Speed!", "2000"})
+        for (const char* text :
+             {"--quiet", "--rate", "--baud", "--wake-tries", "--all", "Slow Speed!", "2000"})
             QVERIFY2(run.out.contains(text), text);
     }
 

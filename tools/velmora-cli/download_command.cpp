@@ -19,13 +19,28 @@ namespace {
 constexpr int kDefaultQuietMs = 2000;
 constexpr int kDefaultWakeTries = 3;
 
+// The windows' three communication rates, as the share of the normal silence each waits: "Maximum
+// Speed" a third of it, "Slow Speed!" twice it (the windows' 3 : 1 : 6).
+struct CommunicationRate {
+    const char* name;
+    int thirds; // of the normal silence
+};
+constexpr CommunicationRate kRates[] = {{"normal", 3}, {"maximum", 1}, {"slow", 6}};
+
+int QuietOfRate(const QString& name) {
+    for (const CommunicationRate& rate : kRates)
+        if (name == QLatin1String(rate.name)) return kDefaultQuietMs * rate.thirds / 3;
+    throw LineFailure(kUsage, "--rate: '" + name.toStdString() + "' is not normal, maximum or slow");
+}
+
 const char* const kDescription =
     "Downloads the records of a Velmora LT into FILE, the .vlm file the tablet sends, byte for byte.\n"
     "The tablet is woken with ENQ (retried up to --wake-tries times, each waiting --timeout seconds for\n"
     "its echo), asked for its records with DC2 SI, and its stream is gathered until the line has been\n"
     "silent for --quiet milliseconds: the tablet marks no end of its stream. The default silence, 2000 ms,\n"
     "suits a real tablet at 115200 baud; a slow or unsteady line (where the windows offer \"Slow Speed!\")\n"
-    "needs a longer one, and --baud sets the line's rate. FILE is written whole when the stream has\n"
+    "needs a longer one: --rate slow doubles it, --rate maximum takes a third of it, as the windows'\n"
+    "communication rates do. --baud sets the line's rate. FILE is written whole when the stream has\n"
     "ended, or not at all: a line that hangs up leaves no file. A stream without a record count header is\n"
     "written all the same, as received, with a warning.\n"
     "With --all, FILE is a folder: every tablet on ports 1 to 40 is downloaded side by side into\n"
@@ -40,7 +55,10 @@ DownloadSettings ReadSettings(const QCommandLineParser& parser) {
     settings.line = ReadTabletOptions(parser);
     settings.stream.answer = settings.line.timeout;
     bool ok = true;
-    const int quiet = parser.value("quiet").toInt(&ok);
+    if (parser.isSet("rate") && parser.isSet("quiet"))
+        throw LineFailure(kUsage, "--rate and --quiet both set the silence: give one of them");
+    const int quiet =
+        parser.isSet("rate") ? QuietOfRate(parser.value("rate")) : parser.value("quiet").toInt(&ok);
     if (!ok || quiet < 1 || quiet > 600000)
         throw LineFailure(kUsage, "--quiet: '" + parser.value("quiet").toStdString() +
                                       "' is not a number of milliseconds from 1 to 600000");
@@ -102,6 +120,10 @@ int RunDownload(const QStringList& arguments) {
                           "Milliseconds of silence that end the record stream (default 2000; longer for a "
                           "slow line).",
                           "MS", QString::number(kDefaultQuietMs)});
+        parser.addOption({"rate",
+                          "The windows' communication rate: normal (the default silence), maximum (a third "
+                          "of it) or slow (twice it).",
+                          "RATE"});
         parser.addOption({"wake-tries", "ENQs sent to wake the tablet before giving up (default 3).", "N",
                           QString::number(kDefaultWakeTries)});
         parser.addOption({"all", "Download every tablet found on ports 1 to 40 into the folder DIR."});
