@@ -29,9 +29,10 @@ install_missing() {
     DEBIAN_FRONTEND=noninteractive "${as_root[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}"
 }
 
-# ccache makes rebuilds in a fresh clone or a second build folder quick; the folder it caches under is
-# taken as relative, so clones in other folders share the cache.
-export CCACHE_BASEDIR="$PWD"
+# ccache makes rebuilds in a fresh clone or a second build folder quick: paths below the clone are taken as
+# relative and the build folder is left out of what it compares, so clones in other folders share the cache
+# (their debug information then names the folder of the build that filled the cache).
+export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=true
 compiler_launcher() {
     command -v ccache >/dev/null && echo -DCMAKE_CXX_COMPILER_LAUNCHER=ccache
 }
