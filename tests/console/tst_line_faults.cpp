@@ -15,6 +15,7 @@
 #include "support/found_tablet.h"
 #include "support/modal_answerer.h"
 #include "support/program.h"
+#include "support/tablet_answers.h"
 #include "support/tty_observer.h"
 #include "upload/form1.h"
 
@@ -109,17 +110,6 @@ enum class Operation {
     DataUpload,
     TextUpload
 };
-
-// Puts a byte on the line at once, ahead of the tablet's queued answers, and waits until the port holds it.
-bool AtThePort(sim::Tablet& tablet, const std::string& bytes) {
-    TtyObserver port(tablet.devicePath());
-    auto waiting = [&] {
-        int count = 0;
-        return ioctl(port.fd, FIONREAD, &count) == 0 ? count : -1;
-    };
-    const int before = waiting();
-    return before >= 0 && tablet.sendNow(bytes) && QTest::qWaitFor([&] { return waiting() > before; }, 5000);
-}
 
 } // namespace
 
@@ -277,7 +267,7 @@ void LineFaultsTest::unpluggedTabletThenPluggedInAgain() {
     // finds the tablet; a command then works.
     sim::Tablet back(run.ports.path(), kPort + 1);
     answerer.seen.clear();
-    console->cmdSearch->click();
+    QVERIFY(SearchWithTheAnswerWaiting(*console, back));
     QCOMPARE(console->lblConnected->text(), QString::number(kPort + 1));
     QVERIFY(console->cmdReset->isEnabled());
     QVERIFY2(!vb::FileExists(vb::LockFileFor(firstDevice)), "the unplugged device's lock was kept");

@@ -12,6 +12,7 @@
 #include "sample_records.h"
 #include "support/device_command_run.h"
 #include "support/program.h"
+#include "support/tablet_answers.h"
 #include "support/tty_observer.h"
 
 #include <QComboBox>
@@ -32,21 +33,6 @@ namespace {
 
 const std::string kEnq = "\x05";
 const std::string kStart = "\x12\x0F"; // DC2 SI
-
-// Puts an answer to ENQ in the port's input before the download starts, as a tablet that answers at once
-// would have by the time the first wake-up write's read comes: on a busy machine the emulated tablet's
-// thread may otherwise wake too late for all 2500 writes. The byte goes ahead of any answer the tablet
-// still has queued (the echo of the last download's final ENQ, say); true once the port holds more than
-// before.
-bool EchoAlreadyWaiting(sim::Tablet& tablet) {
-    TtyObserver port(tablet.devicePath());
-    auto waiting = [&] {
-        int count = 0;
-        return ioctl(port.fd, FIONREAD, &count) == 0 ? count : -1;
-    };
-    const int before = waiting();
-    return before >= 0 && tablet.sendNow(kEnq) && QTest::qWaitFor([&] { return waiting() > before; }, 5000);
-}
 
 // The console found the tablet; the test saves what the download brings into a folder of its own.
 struct DownloadRun : DeviceCommandRun {
@@ -75,7 +61,7 @@ struct DownloadRun : DeviceCommandRun {
 
     // Starts the download with the tablet's answer to the first wake-up write already at the port.
     void download() {
-        QVERIFY(EchoAlreadyWaiting(*tablet));
+        QVERIFY(AtThePort(*tablet, kEnq));
         clickDownload();
     }
     void clickDownload() { QTest::mouseClick(console->cmdDownload, Qt::LeftButton); }

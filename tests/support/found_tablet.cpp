@@ -2,6 +2,7 @@
 
 #include "app/globals.h"
 #include "support/program.h"
+#include "support/tablet_answers.h"
 
 #include <QLabel>
 #include <QPushButton>
@@ -11,8 +12,8 @@ namespace testing_support {
 FoundTablet::FoundTablet() {
     tablet = std::make_unique<sim::Tablet>(ports.path(), kPort);
     console = StartConsole();
-    console->cmdSearch->click();
-    found = intComPort == kPort && console->lblConnected->text() == QString::number(kPort);
+    found = SearchWithTheAnswerWaiting(*console, *tablet) && intComPort == kPort &&
+            console->lblConnected->text() == QString::number(kPort);
     tablet->clearReceived();
 }
 
