@@ -16,7 +16,6 @@
 #include "support/modal_answerer.h"
 #include "support/program.h"
 #include "support/tablet_answers.h"
-#include "support/tty_observer.h"
 #include "upload/form1.h"
 
 #include <QElapsedTimer>
@@ -31,7 +30,6 @@
 #include <QTimer>
 #include <algorithm>
 #include <functional>
-#include <sys/ioctl.h>
 
 using namespace testing_support;
 using namespace std::chrono_literals;
@@ -39,6 +37,9 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr int kPort = FoundTablet::kPort;
+// The idle delay and the text upload's pause at a quarter of their length keep the test short; the
+// downloads take the full idle delay.
+constexpr char kShortDelayScale[] = "0.25";
 const std::string kEnq = "\x05";
 
 // Answers every modal window the operation brings up, whatever their number: message boxes with OK (or
@@ -130,7 +131,7 @@ private:
 
 void LineFaultsTest::initTestCase() {
     qputenv("VELMORA_TICK_MS", "2");
-    qputenv("VELMORA_DELAY_SCALE", "0.25");
+    qputenv("VELMORA_DELAY_SCALE", kShortDelayScale);
     qputenv("VELMORA_LOCK_DIR", locks.path().toLocal8Bit());
 }
 
@@ -208,7 +209,7 @@ void LineFaultsTest::unpluggedTabletThenPluggedInAgain() {
         // the silence of a tablet that has gone.
         qputenv("VELMORA_DELAY_SCALE", "1");
         console->cmdDownload->click();
-        qputenv("VELMORA_DELAY_SCALE", "0.25");
+        qputenv("VELMORA_DELAY_SCALE", kShortDelayScale);
         break;
     case Operation::DataUpload:
         answerer.filePath = files.filePath("records.txt");

@@ -13,7 +13,6 @@
 #include "support/device_command_run.h"
 #include "support/program.h"
 #include "support/tablet_answers.h"
-#include "support/tty_observer.h"
 
 #include <QComboBox>
 #include <QFileDialog>
